@@ -1,0 +1,14 @@
+// The configuration store: (section, item, value) strings from the
+// configuration file and -C definitions. Names compare without regard to
+// case; the first matching entry wins; an empty value counts as absent.
+#pragma once
+
+int config_add_value(char const* section, char const* item, char const* value);
+char const* config_get_option(char const* section, char const* item, char const* def);
+char const* config_enum_section(char const* section, char const** item, int* index);
+char const* config_enum_item(char const* section, char const* item, int* index);
+int config_read_file(char const* path, int optional);
+int config_parse_option(char const* text);
+
+// Empties the store (start-up state); used by tests.
+void config_clear();

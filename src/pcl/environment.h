@@ -1,0 +1,93 @@
+// The PCL page model: the environment record, page sizes, start-up from
+// the configured defaults, the printer reset and the page-setup commands.
+// Lengths are int32 in 1/72000 inch; y grows downward from the top of the
+// logical page.
+#pragma once
+
+#include <cstdint>
+
+struct pcl_pos {
+    int32_t x;
+    int32_t y;
+};
+
+struct pcl_env {
+    int32_t page_size;
+    char const* page_name;
+    int32_t paper_width;
+    int32_t paper_height;
+    int32_t page_width;
+    int32_t page_height;
+    int32_t page_xofs;
+    int32_t page_yofs;
+    int32_t font_sel;
+    int32_t paper_source;
+    int32_t cur_x;
+    int32_t cur_y;
+    int32_t underline;
+    int32_t orientation;
+    int32_t direction;
+    int32_t perf_skip;
+    int32_t top_margin;
+    int32_t text_length;
+    int32_t left_margin;
+    int32_t right_margin;
+    int32_t vmi;
+    int32_t hmi;
+    int32_t resolution;
+    int32_t units;
+    int32_t eol_term;
+    int32_t pos_sp;
+    pcl_pos pos_stack[20];
+    int32_t font_serial;
+    int32_t page_serial;
+    int32_t page_dirty;
+    int32_t macro_id;
+    int32_t overlay_id;
+    int32_t pattern_id;
+    int32_t rect_width;
+    int32_t rect_height;
+    int32_t font_id;
+    int32_t pos_changed;
+    uint32_t fg_color;
+    int32_t palette;
+    int32_t palette_sp;
+    int32_t palette_stack[3];
+    int32_t text_method;
+};
+
+struct paper_type {
+    int32_t code;
+    char const* name;
+    int32_t dims[2][6];  // [portrait, landscape] x {phys W, phys L, log W, log L, xofs, yofs} in 1/300 inch
+};
+
+extern pcl_env env;
+extern pcl_env default_env;
+extern int default_env_valid;
+extern int compat_f;
+extern paper_type const known_paper_types[];
+
+void pcl_init();
+void pcl_reset();
+void flush_page();
+void pcl_clear_margins();
+double dcp2in(double v);
+double pcl2in(double v);
+// The first-line position: trunc(top_margin + 0.75 * vmi).
+int32_t first_line_y();
+
+void pcl_page_size(double value);
+void pcl_orientation(double value);
+void pcl_paper_source(double value);
+void pcl_duplex_page_side(double value);
+void pcl_margin_left(double value);
+void pcl_margin_right(double value);
+void pcl_margin_top(double value);
+void pcl_text_length(double value);
+void pcl_page_length(double value);
+void pcl_perfskip(double value);
+void pcl_units(double value);
+void pcl_res(double value);
+void pcl_direction(double value);
+void pcl_text_parsing_method(double value);

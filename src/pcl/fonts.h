@@ -1,0 +1,50 @@
+// Primary and secondary font selection, underline, font IDs and the font
+// list.
+#pragma once
+
+#include <cstdint>
+
+constexpr int PERMANENT = 3;
+constexpr int TEMPORARY = 4;
+
+struct pcl_font {
+    int32_t id;
+    int32_t symset;
+    int32_t spacing;
+    int32_t style;
+    int32_t stroke;
+    int32_t typeface;
+    double pitch;
+    double point_size;
+};
+
+struct font_node {
+    font_node* next;
+    int32_t id;
+    int32_t type;
+    pcl_font font;
+};
+
+extern pcl_font font[2];
+extern pcl_font default_font[2];
+extern font_node* font_list;
+
+void pcl_font_spacing(double value);
+void pcl_font_pitch(double value);
+void pcl_font_size(double value);
+void pcl_font_style(double value);
+void pcl_font_stroke(double value);
+void pcl_font_typeface(double value);
+void pcl_font_pitch_mode(double value);
+void pcl_underline_on(double value);
+void pcl_underline_off(double value);
+void pcl_font_id(double value);
+void pcl_font_ctl(double value);
+
+void pcl_font_byid(int id, int which);
+// hmi = trunc(72000 / pitch of the active entry), traced at level 2, and
+// font_serial incremented.
+void pcl_font_recompute_hmi();
+font_node* fnt_alloc();
+void fnt_free(font_node* fp);
+void fnt_reset();

@@ -1,0 +1,4 @@
+// Configured page overlays per paper tray.
+#pragma once
+
+void ps_overlay();

@@ -1,0 +1,162 @@
+#include "test_support.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include "run_mode.h"
+
+InputFromString::InputFromString(std::string_view bytes) : data_(bytes), saved_(infp)
+{
+    file_ = std::tmpfile();
+    if (!file_)
+        throw std::runtime_error("tmpfile failed");
+    std::fwrite(data_.data(), 1, data_.size(), file_);
+    std::rewind(file_);
+    infp = file_;
+}
+
+InputFromString::~InputFromString()
+{
+    std::fclose(file_);
+    infp = saved_;
+}
+
+OutputCapture::OutputCapture() : saved_(outfp)
+{
+    file_ = open_memstream(&buf_, &len_);
+    if (!file_)
+        throw std::runtime_error("open_memstream failed");
+    outfp = file_;
+}
+
+OutputCapture::~OutputCapture()
+{
+    std::fclose(file_);
+    std::free(buf_);
+    outfp = saved_;
+}
+
+std::string OutputCapture::str()
+{
+    std::fflush(file_);
+    return std::string(buf_, len_);
+}
+
+std::string capture_stdout(std::function<void()> const& fn)
+{
+    std::fflush(stdout);
+    testing::internal::CaptureStdout();
+    fn();
+    std::fflush(stdout);
+    return testing::internal::GetCapturedStdout();
+}
+
+std::string capture_stderr(std::function<void()> const& fn)
+{
+    std::fflush(stderr);
+    testing::internal::CaptureStderr();
+    fn();
+    std::fflush(stderr);
+    return testing::internal::GetCapturedStderr();
+}
+
+std::string read_file(std::string const& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+RunResult run_tarvo(std::vector<std::string> const& args, std::string_view input,
+                    std::string const& cwd, std::vector<std::string> const& env)
+{
+    TempDir tmp;
+    std::string in_path = tmp.write("stdin", input);
+    std::string out_path = tmp.path() + "/stdout";
+    std::string err_path = tmp.path() + "/stderr";
+
+    std::vector<std::string> argv_store;
+    argv_store.push_back(TARVO_BINARY);
+    argv_store.insert(argv_store.end(), args.begin(), args.end());
+    std::vector<char*> argv;
+    for (auto& a : argv_store)
+        argv.push_back(a.data());
+    argv.push_back(nullptr);
+
+    std::fflush(nullptr);
+    pid_t pid = fork();
+    if (pid == 0) {
+        int in = open(in_path.c_str(), O_RDONLY);
+        int out = open(out_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        int err = open(err_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        if (in < 0 || out < 0 || err < 0)
+            _exit(127);
+        dup2(in, 0);
+        dup2(out, 1);
+        dup2(err, 2);
+        if (!cwd.empty() && chdir(cwd.c_str()) != 0)
+            _exit(127);
+        for (auto const& e : env) {
+            auto eq = e.find('=');
+            if (eq == std::string::npos)
+                unsetenv(e.c_str());
+            else
+                setenv(e.substr(0, eq).c_str(), e.substr(eq + 1).c_str(), 1);
+        }
+        execv(argv[0], argv.data());
+        _exit(127);
+    }
+    int wstatus = 0;
+    waitpid(pid, &wstatus, 0);
+    RunResult r;
+    r.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : 256 + WTERMSIG(wstatus);
+    r.out = read_file(out_path);
+    r.err = read_file(err_path);
+    return r;
+}
+
+TempDir::TempDir()
+{
+    std::string templ = (std::filesystem::temp_directory_path() / "tarvo-test-XXXXXX").string();
+    if (!mkdtemp(templ.data()))
+        throw std::runtime_error("mkdtemp failed");
+    path_ = templ;
+}
+
+TempDir::~TempDir()
+{
+    std::error_code ec;
+    std::filesystem::remove_all(path_, ec);
+}
+
+std::string TempDir::write(std::string const& name, std::string_view contents) const
+{
+    std::string p = path_ + "/" + name;
+    std::filesystem::create_directories(std::filesystem::path(p).parent_path());
+    std::ofstream out(p, std::ios::binary);
+    out.write(contents.data(), static_cast<std::streamsize>(contents.size()));
+    return p;
+}
+
+std::string mask_creation_date(std::string text)
+{
+    static constexpr char const key[] = "%%CreationDate: ";
+    auto pos = text.find(key);
+    if (pos != std::string::npos) {
+        auto start = pos + sizeof key - 1;
+        auto end = text.find('\n', start);
+        text.replace(start, end == std::string::npos ? std::string::npos : end - start, "DATE");
+    }
+    return text;
+}
