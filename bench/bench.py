@@ -1,0 +1,77 @@
+#!/usr/bin/env python3
+"""Throughput and peak memory of tarvo on generated jobs.
+
+For each kind of job (text report, form-heavy, mostly raster) and each size,
+measures: `cat` of the file (the I/O limit), `tarvo -s` (PostScript) with its
+peak resident memory, and `tarvo -p` (PDF through Ghostscript, end to end).
+Prints a Markdown table.
+
+Usage: bench.py [--binary build/tarvo] [--sizes 1,10,100] [--no-pdf]
+"""
+import argparse
+import os
+import subprocess
+import sys
+import tempfile
+import time
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+
+
+def run(cmd, stdout_path=os.devnull):
+    """Runs cmd; returns (seconds, peak RSS in MiB, exit status)."""
+    with open(stdout_path, "wb") as out:
+        start = time.perf_counter()
+        proc = subprocess.Popen(cmd, stdout=out, stderr=subprocess.DEVNULL)
+        _, status, usage = os.wait4(proc.pid, 0)
+        elapsed = time.perf_counter() - start
+    return elapsed, usage.ru_maxrss / 1024.0, os.waitstatus_to_exitcode(status)
+
+
+def best(cmd, repeat):
+    results = [run(cmd) for _ in range(repeat)]
+    return min(results, key=lambda r: r[0])
+
+
+def main():
+    ap = argparse.ArgumentParser()
+    ap.add_argument("--binary", default=os.path.join(HERE, "..", "build", "tarvo"))
+    ap.add_argument("--sizes", default="1,10,100")
+    ap.add_argument("--kinds", default="text,forms,raster")
+    ap.add_argument("--no-pdf", action="store_true")
+    opts = ap.parse_args()
+    binary = os.path.abspath(opts.binary)
+    sizes = [float(s) for s in opts.sizes.split(",")]
+    rows = []
+    with tempfile.TemporaryDirectory(prefix="tarvo-bench-") as tmp:
+        for kind in opts.kinds.split(","):
+            for size in sizes:
+                path = os.path.join(tmp, "%s-%g.pcl" % (kind, size))
+                subprocess.run([sys.executable, os.path.join(HERE, "gen_jobs.py"),
+                                kind, str(size), path], check=True)
+                nbytes = os.path.getsize(path)
+                mb = nbytes / 1e6
+                repeat = 3 if size <= 10 else 1
+                cat_t, _, _ = best(["cat", path], repeat)
+                ps_t, ps_rss, ps_rc = best([binary, "-s", path], repeat)
+                row = [kind, "%.0f" % (nbytes / 1048576), "%.0f" % (mb / cat_t),
+                       "%.0f" % (mb / ps_t), "%.1f" % ps_rss, "%.1f" % (ps_t / cat_t)]
+                if not opts.no_pdf:
+                    pdf = os.path.join(tmp, "out.pdf")
+                    pdf_t, _, pdf_rc = run([binary, "-p", "-o", pdf, path])
+                    row.append("%.1f" % pdf_t if pdf_rc == 0 else "failed (%d)" % pdf_rc)
+                if ps_rc != 0:
+                    row[3] += " (exit %d)" % ps_rc
+                rows.append(row)
+                print("  measured %s %g MB" % (kind, size), file=sys.stderr)
+    head = ["job", "MiB", "cat MB/s", "tarvo -s MB/s", "tarvo -s peak MiB", "-s time / cat time"]
+    if not opts.no_pdf:
+        head.append("tarvo -p seconds")
+    print("| " + " | ".join(head) + " |")
+    print("|" + "|".join("---" for _ in head) + "|")
+    for row in rows:
+        print("| " + " | ".join(row) + " |")
+
+
+if __name__ == "__main__":
+    main()
