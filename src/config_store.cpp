@@ -1,10 +1,210 @@
 #include "config_store.h"
 
-// Placeholder until the module is implemented.
-int config_add_value(char const*, char const*, char const*) { return 0; }
-char const* config_get_option(char const*, char const*, char const* def) { return def; }
-char const* config_enum_section(char const*, char const**, int*) { return nullptr; }
-char const* config_enum_item(char const*, char const*, int*) { return nullptr; }
-int config_read_file(char const*, int optional) { return optional ? 2 : 0; }
-int config_parse_option(char const*) { return 1; }
-void config_clear() {}
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <deque>
+#include <memory>
+#include <new>
+#include <string>
+#include <string_view>
+#include <strings.h>
+
+namespace {
+
+// Three parallel columns, one element per entry, in order of addition.
+// A deque never moves its elements when it grows, so the value pointers
+// handed out by the lookups stay valid for the life of the process even
+// if entries are added later.
+struct ConfigStore {
+    std::deque<std::string> sections;
+    std::deque<std::string> items;
+    std::deque<std::string> values;
+    int count() const { return static_cast<int>(values.size()); }
+};
+
+ConfigStore cfg;
+
+// White space of the C locale, tested without consulting the locale.
+constexpr bool is_space(char c)
+{
+    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+
+constexpr bool is_eol(char c) { return c == '\0' || c == '\n' || c == '\r'; }
+
+void upcase(std::string& s)
+{
+    for (char& c : s)
+        if (c >= 'a' && c <= 'z')
+            c = static_cast<char>(c - 'a' + 'A');
+}
+
+std::string trimmed_upper(std::string_view s)
+{
+    size_t b = 0, e = s.size();
+    while (b < e && is_space(s[b]))
+        ++b;
+    while (e > b && is_space(s[e - 1]))
+        --e;
+    std::string r(s.substr(b, e - b));
+    upcase(r);
+    return r;
+}
+
+bool matches(std::string const& stored, char const* wanted)
+{
+    return strcasecmp(stored.c_str(), wanted ? wanted : "") == 0;
+}
+
+// Handles one line as fgets delivered it (at most 1023 characters, maybe
+// without its line feed). Returns config_add_value's result, 0 for lines
+// that add nothing.
+int parse_line(char const* line, std::string& section)
+{
+    if (line[0] == ';' || line[0] == '#')
+        return 0;
+    if (line[0] == '[') {
+        if (char const* close = std::strchr(line, ']')) {
+            section = trimmed_upper(std::string_view(line + 1, static_cast<size_t>(close - line - 1)));
+            return 0;
+        }
+    }
+    char const* eq = std::strchr(line, '=');
+    if (!eq)
+        return 0;
+    std::string item = trimmed_upper(std::string_view(line, static_cast<size_t>(eq - line)));
+    // A line with nothing before the '=' names no item; nobody could look it
+    // up and a section walk would only trip over it, so it is skipped.
+    if (item.empty())
+        return 0;
+
+    char const* p = eq + 1;
+    while (!is_eol(*p) && is_space(*p))
+        ++p;
+    std::string value;
+    if (*p == '"' || *p == '\'') {
+        char const quote = *p++;
+        char const* end = p;
+        while (!is_eol(*end) && *end != quote)
+            ++end;
+        value.assign(p, static_cast<size_t>(end - p));
+    } else {
+        char const* end = p;
+        while (!is_eol(*end) && *end != ';' && *end != '#')
+            ++end;
+        while (end > p && is_space(end[-1]))
+            --end;
+        value.assign(p, static_cast<size_t>(end - p));
+    }
+    return config_add_value(section.c_str(), item.c_str(), value.c_str());
+}
+
+struct FileCloser {
+    void operator()(FILE* f) const { std::fclose(f); }
+};
+
+}  // namespace
+
+int config_add_value(char const* section, char const* item, char const* value)
+{
+    size_t const n = cfg.values.size();
+    try {
+        cfg.sections.emplace_back(section ? section : "");
+        cfg.items.emplace_back(item ? item : "");
+        cfg.values.emplace_back(value ? value : "");
+    } catch (std::bad_alloc const&) {
+        // Drop the partly added entry so the columns stay parallel.
+        cfg.sections.resize(n);
+        cfg.items.resize(n);
+        cfg.values.resize(n);
+        return -1;
+    }
+    return 0;
+}
+
+char const* config_get_option(char const* section, char const* item, char const* def)
+{
+    for (int i = 0; i < cfg.count(); ++i) {
+        if (matches(cfg.sections[i], section) && matches(cfg.items[i], item))
+            return cfg.values[i].empty() ? def : cfg.values[i].c_str();
+    }
+    return def;
+}
+
+char const* config_enum_section(char const* section, char const** item, int* index)
+{
+    for (int i = *index < 0 ? 0 : *index; i < cfg.count(); ++i) {
+        if (matches(cfg.sections[i], section)) {
+            *item = cfg.items[i].c_str();
+            *index = i + 1;
+            return cfg.values[i].c_str();
+        }
+    }
+    return nullptr;
+}
+
+char const* config_enum_item(char const* section, char const* item, int* index)
+{
+    for (int i = *index < 0 ? 0 : *index; i < cfg.count(); ++i) {
+        if (matches(cfg.sections[i], section) && matches(cfg.items[i], item)) {
+            *index = i + 1;
+            return cfg.values[i].c_str();
+        }
+    }
+    return nullptr;
+}
+
+int config_read_file(char const* path, int optional)
+{
+    std::unique_ptr<FILE, FileCloser> fp(std::fopen(path, "rb"));
+    if (!fp) {
+        int err = errno;
+        if (err == ENOENT && optional)
+            return 2;
+        std::perror(path);
+        return err ? err : EIO;
+    }
+    std::string section;
+    char line[1024];
+    while (std::fgets(line, sizeof line, fp.get())) {
+        if (parse_line(line, section) < 0)
+            return -1;
+    }
+    return 0;
+}
+
+int config_parse_option(char const* text)
+{
+    if (!text)
+        return 1;
+    std::string_view t(text);
+    size_t eq = t.find('=');
+    if (eq == std::string_view::npos)
+        return 1;
+    std::string name;
+    std::string value;
+    std::string section;
+    try {
+        name.assign(t.substr(0, eq));
+        value.assign(t.substr(eq + 1));
+        upcase(name);
+        size_t colon = name.find(':');
+        if (colon != std::string::npos && colon != 0 && colon != name.size() - 1) {
+            section = name.substr(0, colon);
+            name.erase(0, colon + 1);
+        } else {
+            section = "DEFAULT";
+        }
+    } catch (std::bad_alloc const&) {
+        return -1;
+    }
+    return config_add_value(section.c_str(), name.c_str(), value.c_str());
+}
+
+void config_clear()
+{
+    cfg.sections.clear();
+    cfg.items.clear();
+    cfg.values.clear();
+}

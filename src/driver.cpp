@@ -1,7 +1,21 @@
 #include "driver.h"
 
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include "common/install_paths.h"
+#include "config_store.h"
+#include "ghostscript.h"
+#include "pcl/command_table.h"
+#include "pcl/environment.h"
+#include "pcl/glyph_map.h"
+#include "pcl/ps/document.h"
+#include "pcl/text_loop.h"
 #include "run_mode.h"
 
 int genps = 0;
@@ -12,11 +26,288 @@ FILE* infp = nullptr;
 FILE* outfp = nullptr;
 char const* progname = "tarvo";
 
-// Placeholder until the module is implemented.
-int tarvo_main(int, char** argv)
+namespace {
+
+constexpr char const* kName = "tarvo";
+constexpr char const* kVersion = "A.01.00.00";
+constexpr char const* kDocAddress = "https://docs.zenthorax.com/tarvo/";
+constexpr char const* kOptString = ":spdaVc:o:m:gG:t:vC:";
+constexpr char const* kConfigName = "tarvo.cfg";
+constexpr size_t kOutputBufferSize = 64 * 1024;
+
+constexpr char const* kHelpOutput =
+    "output options:\n"
+    " -p       create PDF output (-pp for PDF/A)\n"
+    " -s       create postscript output\n"
+    " -a       analyze pcl data (-aa more verbose)\n"
+    " -g       create postscript and pass to ghostscript\n";
+
+constexpr char const* kHelpOptions =
+    "options:\n"
+    " -c cfg   specify config file (default is tarvo.cfg, ~/.tarvo)\n"
+    " -o out   specify output file (default is stdout)\n"
+    " -m file  specify PDF marks input file\n"
+    " -G opt   additional ghostscript options\n"
+    " -C opt   define config option ([section:]item=value)\n"
+    " -V       output version and exit\n";
+
+struct FileCloser {
+    void operator()(FILE* f) const { std::fclose(f); }
+};
+using FilePtr = std::unique_ptr<FILE, FileCloser>;
+
+char const* base_name(char const* path)
 {
-    usage(argv[0]);
-    return 2;
+    if (!path || !*path)
+        return kName;
+    char const* slash = std::strrchr(path, '/');
+    return slash ? slash + 1 : path;
+}
+
+// The build date as "Mmm d yyyy": the compiler's date with the blank that
+// pads a one-digit day removed.
+void print_version_long()
+{
+    char const date[] = __DATE__;  // "Mmm dd yyyy", day padded with a blank
+    char month[4] = {date[0], date[1], date[2], '\0'};
+    int day = (date[4] == ' ' ? 0 : date[4] - '0') * 10 + (date[5] - '0');
+    std::printf("%s: %s %s%s (%s %d %s %s)\n", progname, kName, kVersion, "", month, day,
+                date + 7, __TIME__);
+}
+
+void print_help()
+{
+    product_banner("TARVO");
+    std::fprintf(stderr, "usage: %s [options] [pcl-file ...]\n", progname);
+    std::fputs(kHelpOutput, stderr);
+    std::fputs(kHelpOptions, stderr);
+    std::fprintf(stderr,
+                 "\n"
+                 "The tarvo utility converts PCL documents to PDF or Postscript.\n"
+                 "It implements a commonly used subset of PCL functionality.\n"
+                 "For more information, please refer to the Zenthorax web site:\n"
+                 "%s\n"
+                 "\n",
+                 kDocAddress);
+}
+
+// Reads one optional configuration file named by a printf format and one
+// directory. A name that would not fit the path buffer is skipped as if the
+// file did not exist, and so is an empty directory.
+int read_optional_config(char const* fmt, char const* dir)
+{
+    char path[1024];
+    if (!dir || !*dir)
+        return 2;
+    int n = std::snprintf(path, sizeof path, fmt, dir);
+    if (n < 0 || static_cast<size_t>(n) >= sizeof path)
+        return 2;
+    return config_read_file(path, 1);
+}
+
+// Reads the configuration named with -c, or the first default file that
+// exists. Returns 0 to go on, or the exit status.
+int load_configuration(char const* cfg_file)
+{
+    if (cfg_file)
+        return config_read_file(cfg_file, 0) == 0 ? 0 : 1;
+    int rc = config_read_file(kConfigName, 1);
+    if (rc == 2) {
+        if (char const* home = std::getenv("HOME"))
+            rc = read_optional_config("%s/.tarvo", home);
+    }
+    if (rc == 2)
+        rc = read_optional_config("%s/tarvo.cfg", zx_config_path());
+    if (rc != 0 && rc != 2) {
+        std::fprintf(stderr, "%s: Unable to read config file\n", progname);
+        return 1;
+    }
+    return 0;
+}
+
+// Turns a non-zero status from closing the Ghostscript pipe into the code
+// reported to the user.
+int wait_status_code(int status)
+{
+    if (status == -1)
+        return -1;
+    if (WIFEXITED(status))
+        return WEXITSTATUS(status);
+    if (WIFSIGNALED(status))
+        return 256 + WTERMSIG(status);
+    return status;
+}
+
+}  // namespace
+
+int tarvo_main(int argc, char** argv)
+{
+    progname = base_name(argc > 0 ? argv[0] : nullptr);
+
+    if (argc == 2 && std::strcmp(argv[1], "-version") == 0) {
+        print_version_long();
+        return 0;
+    }
+    if (argc == 2 && std::strcmp(argv[1], "-help") == 0) {
+        print_help();
+        return 0;
+    }
+
+    int pdf_level = 0;
+    int gs_flag = 0;
+    char const* cfg_file = nullptr;
+    char const* out_file = nullptr;
+    char const* marks_file = nullptr;
+    char const* gs_options = nullptr;
+
+    genps = 0;
+    doc_title = nullptr;
+    optind = 0;  // full re-initialisation of getopt's state
+    int opt;
+    while ((opt = getopt(argc, argv, kOptString)) != -1) {
+        switch (opt) {
+        case 's':
+            ++genps;
+            pdf_level = 0;
+            break;
+        case 'p':
+            ++genps;
+            ++pdf_level;
+            break;
+        case 'g':
+            ++genps;
+            gs_flag = 1;
+            pdf_level = 0;
+            break;
+        case 'a':
+            ++verbose;
+            genps = 0;
+            pdf_level = 0;
+            break;
+        case 'v':
+            ++verbose;
+            break;
+        case 'd':
+            ++debug;
+            genps = 0;
+            pdf_level = 0;
+            break;
+        case 'V':
+            std::printf("%s: %s %s\n", progname, kName, kVersion);
+            return 0;
+        case 'c':
+            cfg_file = optarg;
+            break;
+        case 'o':
+            out_file = optarg;
+            break;
+        case 'm':
+            marks_file = optarg;
+            break;
+        case 'G':
+            gs_options = optarg;
+            break;
+        case 't':
+            doc_title = optarg;
+            break;
+        case 'C':
+            if (config_parse_option(optarg) != 0)
+                std::fprintf(stderr, "%s: bad option, ignored\n", optarg);
+            break;
+        case ':':
+            std::fprintf(stderr, "%s: option -%c requires an argment\n", progname, optopt);
+            usage(progname);
+            return 2;
+        case '?':
+            std::fprintf(stderr, "%s: unrecognized option -%c\n", progname, optopt);
+            usage(progname);
+            return 2;
+        default:
+            break;
+        }
+    }
+
+    if (verbose == 0 && pdf_level == 0 && genps == 0) {
+        usage(progname);
+        return 2;
+    }
+
+    if (int rc = load_configuration(cfg_file); rc != 0)
+        return rc;
+
+    bool const gs_mode = gs_flag || pdf_level > 0;
+    FilePtr out_owner;
+    if (gs_flag) {
+        gs_setup(0, out_file, gs_options);
+    } else if (pdf_level > 0) {
+        gs_setup(pdf_level, out_file, gs_options);
+    } else if (genps && out_file) {
+        out_owner.reset(std::fopen(out_file, "wb"));
+        if (!out_owner) {
+            std::perror(out_file);
+            return 1;
+        }
+        outfp = out_owner.get();
+    } else {
+        outfp = stdout;
+    }
+    if (outfp) {
+        static char out_buffer[kOutputBufferSize];
+        std::setvbuf(outfp, out_buffer, _IOFBF, sizeof out_buffer);
+    }
+    // A Ghostscript that dies early must not kill us with SIGPIPE; its
+    // exit status is reported at the end instead.
+    if (gs_mode)
+        std::signal(SIGPIPE, SIG_IGN);
+
+    hash_setup();
+    pcl_init();
+    ps_map_init();
+    if (genps)
+        ps_set_mode(pdf_level);
+
+    int status = 0;
+    infp = stdin;
+    int arg = optind;
+    bool const from_stdin = arg >= argc;
+    while (from_stdin || arg < argc) {
+        FilePtr in_owner;
+        if (!from_stdin) {
+            char const* name = argv[arg++];
+            if (verbose)
+                std::printf("processing file %s\n", name);
+            if (!doc_title)
+                doc_title = name;
+            in_owner.reset(std::fopen(name, "rb"));
+            if (!in_owner) {
+                std::perror(name);
+                status = 1;
+                continue;
+            }
+            infp = in_owner.get();
+        }
+        parse_text();
+        pcl_reset();
+        infp = stdin;
+        if (from_stdin)
+            break;
+    }
+
+    if (genps)
+        ps_exit(marks_file);
+
+    if (out_owner) {
+        // The document is complete; the file is closed on return.
+        outfp = nullptr;
+    }
+    if (!gs_mode || !outfp)
+        return status;
+
+    int const rc = gs_close();
+    if (rc == 0)
+        return status;
+    std::fprintf(stderr, "%s: ghostscript returned exit status %d\n", progname, wait_status_code(rc));
+    return 1;
 }
 
 void usage(char const* prog)
