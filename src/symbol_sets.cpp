@@ -1,6 +1,141 @@
+// PCL symbol sets: which codes are supported, selecting the primary and
+// secondary symbol set, and converting character codes to Unicode through
+// the constant tables of symbol_set_tables.cpp.
+
 #include "symbol_sets.h"
 
-// Placeholder until the module is implemented.
-void pcl_symset(int, int) {}
-int cv_symset_supported(int) { return 0; }
-int cv_symset(int, int ch) { return ch; }
+#include <cstdint>
+#include <cstdio>
+
+#include "pcl/environment.h"
+#include "pcl/fonts.h"
+#include "run_mode.h"
+
+namespace {
+
+// The supported symbol-set codes.
+enum : int {
+    SS_0B = symset_code(0, 'B'),    // line drawing
+    SS_0L = symset_code(0, 'L'),    // line drawing
+    SS_0N = symset_code(0, 'N'),    // ISO 8859-1
+    SS_2N = symset_code(2, 'N'),    // ISO 8859-2
+    SS_3N = symset_code(3, 'N'),    // ISO 8859-3
+    SS_4N = symset_code(4, 'N'),    // ISO 8859-4
+    SS_4U = symset_code(4, 'U'),    // Roman-8 with the euro sign
+    SS_5M = symset_code(5, 'M'),    // math symbols
+    SS_5N = symset_code(5, 'N'),    // ISO 8859-5
+    SS_8U = symset_code(8, 'U'),    // Roman-8
+    SS_9N = symset_code(9, 'N'),    // ISO 8859-15
+    SS_9U = symset_code(9, 'U'),    // code page 1252
+    SS_10U = symset_code(10, 'U'),  // code page 437
+    SS_11U = symset_code(11, 'U'),  // code page 437, Nordic variant
+    SS_12U = symset_code(12, 'U'),  // code page 850
+    SS_14L = symset_code(14, 'L'),  // dingbats
+    SS_18N = symset_code(18, 'N'),  // Unicode
+    SS_19M = symset_code(19, 'M'),  // math symbols
+    SS_19U = symset_code(19, 'U'),  // code page 1252
+};
+
+static_assert(SS_8U == 277 && SS_0N == 14 && SS_4U == 149 && SS_18N == 590);
+
+constexpr int UNMAPPED_CHAR = 0xBF;  // inverted question mark
+constexpr int INVALID_CHAR = 0xA1;   // inverted exclamation mark
+constexpr uint16_t HOLE = 0xFFFF;    // table entry of an unassigned code
+
+int unmapped(int ch)
+{
+    if (verbose)
+        std::fprintf(stderr, "unmapped: %04x\n", static_cast<unsigned>(ch));
+    return UNMAPPED_CHAR;
+}
+
+int invalid(int ch)
+{
+    if (verbose)
+        std::fprintf(stderr, "invalid: %04x\n", static_cast<unsigned>(ch));
+    return INVALID_CHAR;
+}
+
+// A table entry, or the unmapped result for a hole.
+int lookup(uint16_t const (&table)[256], int ch)
+{
+    uint16_t const v = table[ch];
+    return v == HOLE ? unmapped(ch) : v;
+}
+
+}  // namespace
+
+int cv_symset_supported(int code)
+{
+    switch (code) {
+    case SS_0B: case SS_0L: case SS_0N: case SS_2N: case SS_3N: case SS_4N:
+    case SS_4U: case SS_5M: case SS_5N: case SS_8U: case SS_9N: case SS_9U:
+    case SS_10U: case SS_11U: case SS_12U: case SS_14L: case SS_18N:
+    case SS_19M: case SS_19U:
+        return 1;
+    default:
+        return 0;
+    }
+}
+
+void pcl_symset(int code, int which)
+{
+    if (!cv_symset_supported(code)) {
+        if (verbose >= 2)
+            std::printf("Unknown: symset %d\n", code);
+        return;
+    }
+    if (which != 0 && which != 1)
+        return;
+    font[which].symset = code;
+    if (which == env.font_sel)
+        env.font_serial = static_cast<int32_t>(static_cast<uint32_t>(env.font_serial) + 1u);
+}
+
+int cv_symset(int code, int ch)
+{
+    if (code == SS_18N)
+        return ch >= 0 && ch < 0x10000 ? ch : invalid(ch);
+    if (ch < 0 || ch > 0xFF)
+        return invalid(ch);
+
+    switch (code) {
+    case SS_0B:
+    case SS_0L: {
+        int const b = ch & 0x7F;
+        return b < 0x20 ? b : map_ldraw[b - 0x20];
+    }
+    case SS_3N:
+        return lookup(map_8859_3, ch);
+    case SS_4U:
+        return ch == 0xBA ? 0x20AC : lookup(map_roman8, ch);
+    case SS_8U:
+        return lookup(map_roman8, ch);
+    case SS_5M:
+    case SS_19M:
+        return lookup(map_math, ch);
+    case SS_0N:
+        return map_8859_1[ch];
+    case SS_2N:
+        return map_8859_2[ch];
+    case SS_4N:
+        return map_8859_4[ch];
+    case SS_5N:
+        return map_8859_5[ch];
+    case SS_9N:
+        return map_8859_15[ch];
+    case SS_9U:
+    case SS_19U:
+        return map_cp1252[ch];
+    case SS_10U:
+        return map_cp437[ch];
+    case SS_11U:
+        return map_cp437n[ch];
+    case SS_12U:
+        return map_cp850[ch];
+    case SS_14L:
+        return map_zdingbat[ch];
+    default:
+        return invalid(ch);
+    }
+}

@@ -2,6 +2,7 @@
 // list.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 constexpr int PERMANENT = 3;
@@ -17,6 +18,14 @@ struct pcl_font {
     double pitch;
     double point_size;
 };
+
+// The characteristics of both entries before the configuration applies:
+// fixed 10 pitch 12 point upright medium typeface 0 in symbol set 4U.
+inline constexpr pcl_font font_defaults{0, 149, 0, 0, 0, 0, 10.0, 12.0};
+
+// At most this many font IDs are kept in font_list; assigning a further new
+// ID is refused.
+inline constexpr size_t FONT_LIST_MAX = 1024;
 
 struct font_node {
     font_node* next;

@@ -1,0 +1,234 @@
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "pcl/environment.h"
+#include "pcl/fonts.h"
+#include "run_mode.h"
+#include "symbol_sets.h"
+#include "test_support.h"
+
+namespace {
+
+constexpr int S_0B = symset_code(0, 'B'), S_0L = symset_code(0, 'L'), S_0N = symset_code(0, 'N'),
+              S_3N = symset_code(3, 'N'), S_4U = symset_code(4, 'U'), S_5M = symset_code(5, 'M'),
+              S_8U = symset_code(8, 'U'), S_10U = symset_code(10, 'U'),
+              S_11U = symset_code(11, 'U'), S_18N = symset_code(18, 'N'),
+              S_19M = symset_code(19, 'M');
+
+std::vector<int> const supported = {2,   12,  14,  78,  110, 142, 149, 173, 174, 277,
+                                    302, 309, 341, 373, 405, 460, 590, 621, 629};
+
+class SymbolSets : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        verbose = 0;
+        font[0] = font[1] = font_defaults;
+        env = pcl_env{};
+        env.hmi = 7200;
+        env.font_serial = 10;
+    }
+};
+
+TEST_F(SymbolSets, SelectionOfPrimaryAndSecondarySet)
+{
+    pcl_symset(symset_code(8, 'U'), 0);
+    EXPECT_EQ(font[0].symset, 277);
+    EXPECT_EQ(env.font_serial, 11);
+
+    // The secondary entry is not active: no font change is signalled.
+    pcl_symset(symset_code(10, 'U'), 1);
+    EXPECT_EQ(font[1].symset, 341);
+    EXPECT_EQ(env.font_serial, 11);
+
+    pcl_symset(symset_code(19, 'U'), 0);
+    EXPECT_EQ(font[0].symset, 629);
+    EXPECT_EQ(env.hmi, 7200);  // the symbol set does not touch the motion index
+
+    verbose = 1;
+    EXPECT_EQ(capture_stdout([] { pcl_symset(symset_code(7, 'U'), 0); }), "");
+    verbose = 2;
+    EXPECT_EQ(capture_stdout([] { pcl_symset(symset_code(7, 'U'), 0); }), "Unknown: symset 245\n");
+    EXPECT_EQ(font[0].symset, 629);
+    EXPECT_EQ(env.font_serial, 12);
+}
+
+TEST_F(SymbolSets, ExactlyNineteenSetsAreSupported)
+{
+    std::vector<int> found;
+    for (int code = -100; code < 40 * 32; ++code)
+        if (cv_symset_supported(code))
+            found.push_back(code);
+    EXPECT_EQ(found, supported);
+    EXPECT_EQ(cv_symset_supported(INT32_MIN), 0);
+    EXPECT_EQ(cv_symset_supported(INT32_MAX), 0);
+}
+
+TEST_F(SymbolSets, ConversionOfCharacteristicCodes)
+{
+    EXPECT_EQ(cv_symset(S_4U, 0xBA), 0x20AC);
+    EXPECT_EQ(cv_symset(S_8U, 0xBA), 0x00A4);
+    EXPECT_EQ(cv_symset(S_8U, 0x7F), 0x2592);
+    EXPECT_EQ(cv_symset(S_8U, 0x41), 0x41);
+    EXPECT_EQ(cv_symset(S_0N, 0xE9), 0x00E9);
+    EXPECT_EQ(cv_symset(S_10U, 0xE9), 0x0398);
+    EXPECT_EQ(cv_symset(S_11U, 0x9E), 0x013F);
+    EXPECT_EQ(cv_symset(S_5M, 0x70), 0x03C0);
+    EXPECT_EQ(cv_symset(S_19M, 0x76), 0x03C0);
+
+    // Line drawing folds the high half onto the low half.
+    for (int s : {S_0B, S_0L}) {
+        EXPECT_EQ(cv_symset(s, 0x41), 0x2517);
+        EXPECT_EQ(cv_symset(s, 0xC1), 0x2517);
+        EXPECT_EQ(cv_symset(s, 0x85), 0x0005);
+        EXPECT_EQ(cv_symset(s, 0xFF), 0x007F);
+    }
+
+    EXPECT_EQ(cv_symset(S_18N, 0x20AC), 0x20AC);
+    EXPECT_EQ(cv_symset(S_18N, 0xFFFF), 0xFFFF);
+}
+
+TEST_F(SymbolSets, UnmappedAndInvalidCodesAreReportedInAnalysis)
+{
+    verbose = 1;
+    int r = 0;
+    EXPECT_EQ(capture_stderr([&] { r = cv_symset(S_3N, 0xA5); }), "unmapped: 00a5\n");
+    EXPECT_EQ(r, 0xBF);
+    for (int s : {S_4U, S_8U, S_5M, S_19M}) {
+        EXPECT_EQ(capture_stderr([&] { r = cv_symset(s, 0xFF); }), "unmapped: 00ff\n");
+        EXPECT_EQ(r, 0xBF);
+    }
+    EXPECT_EQ(capture_stderr([&] { r = cv_symset(S_0N, 0x8140); }), "invalid: 8140\n");
+    EXPECT_EQ(r, 0xA1);
+    EXPECT_EQ(capture_stderr([&] { r = cv_symset(S_18N, 0x10000); }), "invalid: 10000\n");
+    EXPECT_EQ(r, 0xA1);
+    EXPECT_EQ(capture_stderr([&] { r = cv_symset(symset_code(7, 'U'), 0x41); }), "invalid: 0041\n");
+    EXPECT_EQ(r, 0xA1);
+    EXPECT_EQ(capture_stderr([&] { r = cv_symset(S_18N, -1); }), "invalid: ffffffff\n");
+    EXPECT_EQ(r, 0xA1);
+
+    verbose = 0;
+    EXPECT_EQ(capture_stderr([&] { r = cv_symset(S_3N, 0xA5); }), "");
+    EXPECT_EQ(r, 0xBF);
+}
+
+// Every byte of every supported set converts; exactly the known holes are
+// unmapped, and no table sentinel ever escapes.
+TEST_F(SymbolSets, EveryByteOfEverySetConverts)
+{
+    std::map<int, std::set<int>> const holes = {
+        {110, {0xA5, 0xAE, 0xBE, 0xC3, 0xD0, 0xE3, 0xF0}},
+        {149, {0xFF}}, {277, {0xFF}}, {173, {0xFF}}, {621, {0xFF}},
+    };
+    verbose = 1;
+    for (int s : supported) {
+        std::set<int> unmapped;
+        for (int ch = 0; ch < 256; ++ch) {
+            int r = 0;
+            std::string const err = capture_stderr([&] { r = cv_symset(s, ch); });
+            EXPECT_NE(r, 0xFFFF) << s << " " << ch;
+            if (!err.empty()) {
+                EXPECT_EQ(err.rfind("unmapped: ", 0), 0u) << s << " " << ch;
+                unmapped.insert(ch);
+            }
+        }
+        auto const h = holes.find(s);
+        EXPECT_EQ(unmapped, h == holes.end() ? std::set<int>{} : h->second) << "set " << s;
+    }
+}
+
+TEST_F(SymbolSets, CodePageTablesFollowTheControlCodeConventions)
+{
+    for (auto const* t : {map_8859_1, map_8859_2, map_8859_3, map_8859_4, map_8859_5, map_8859_15})
+        for (int c = 0; c < 0xA0; ++c)
+            EXPECT_EQ(t[c], c);
+    for (auto const* t : {map_cp437, map_cp437n, map_cp850}) {
+        for (int c = 0; c < 0x20; ++c)
+            EXPECT_EQ(t[c], c);
+        EXPECT_EQ(t[0x7F], 0x7F);
+    }
+    for (int c : {0x81, 0x8D, 0x8F, 0x90, 0x9D})
+        EXPECT_EQ(map_cp1252[c], c);
+    for (int c = 0; c < 256; ++c)
+        EXPECT_EQ(map_8859_1[c], c);
+
+    // Apart from 8859-3's holes each code page is one-to-one.
+    for (auto const* t : {map_8859_2, map_8859_4, map_8859_5, map_8859_15, map_cp1252, map_cp437,
+                          map_cp850}) {
+        std::set<int> const values(t, t + 256);
+        EXPECT_EQ(values.size(), 256u);
+    }
+}
+
+TEST_F(SymbolSets, CodePageTablesHoldTheRightCharacters)
+{
+    EXPECT_EQ(map_8859_2[0xA1], 0x0104);
+    EXPECT_EQ(map_8859_2[0xFF], 0x02D9);
+    EXPECT_EQ(map_8859_3[0xA1], 0x0126);
+    EXPECT_EQ(map_8859_4[0xA2], 0x0138);
+    EXPECT_EQ(map_8859_5[0xB0], 0x0410);
+    EXPECT_EQ(map_8859_5[0xF0], 0x2116);
+    EXPECT_EQ(map_8859_5[0xFD], 0x00A7);
+    EXPECT_EQ(map_8859_15[0xA4], 0x20AC);
+    EXPECT_EQ(map_8859_15[0xBE], 0x0178);
+    EXPECT_EQ(map_cp1252[0x80], 0x20AC);
+    EXPECT_EQ(map_cp1252[0x8A], 0x0160);
+    EXPECT_EQ(map_cp1252[0x9F], 0x0178);
+    EXPECT_EQ(map_cp437[0x80], 0x00C7);
+    EXPECT_EQ(map_cp437[0xB0], 0x2591);
+    EXPECT_EQ(map_cp437[0xE1], 0x00DF);
+    EXPECT_EQ(map_cp437[0xFE], 0x25A0);
+    EXPECT_EQ(map_cp850[0x9B], 0x00F8);
+    EXPECT_EQ(map_cp850[0x9E], 0x00D7);
+    EXPECT_EQ(map_cp850[0xD5], 0x0131);
+    EXPECT_EQ(map_cp850[0xF0], 0x00AD);
+}
+
+// The Nordic variant is code page 437 except for the three positions in
+// which code page 865 differs and the twelve replaced ones.
+TEST_F(SymbolSets, NordicVariantDiffersFromCodePage437InFifteenPlaces)
+{
+    std::map<int, int> const expected = {
+        {0x9B, 0x00F8}, {0x9D, 0x00D8}, {0xAF, 0x00A4},
+        {0x9E, 0x013F}, {0x9F, 0x0140}, {0xA6, 0x00F5}, {0xA7, 0x00D5},
+        {0xA9, 0x00E3}, {0xAA, 0x00C3}, {0xAB, 0x2113}, {0xAC, 0x0149},
+        {0xAE, 0x00B3}, {0xE4, 0x2211}, {0xEA, 0x2126}, {0xFA, 0x2219},
+    };
+    for (int c = 0; c < 256; ++c) {
+        auto const e = expected.find(c);
+        EXPECT_EQ(cv_symset(S_11U, c), e == expected.end() ? map_cp437[c] : e->second)
+            << std::hex << c;
+    }
+}
+
+TEST_F(SymbolSets, PrinterSetTablesHaveTheirRepeatedRows)
+{
+    // Roman-8 leaves ASCII and the C1 range alone.
+    for (int c = 0; c <= 0xA0; ++c)
+        EXPECT_EQ(map_roman8[c], c == 0x7F ? 0x2592 : c);
+    EXPECT_EQ(map_roman8[0xA9], 0x2035);
+    EXPECT_EQ(map_roman8[0xFC], 0x25A0);
+
+    EXPECT_EQ(map_math[0xEC], map_math[0xF3]);
+    EXPECT_EQ(map_math[0xF5], map_math[0xF8]);
+    for (int c = 0x80; c < 0xA0; ++c)
+        EXPECT_EQ(map_math[c], c);
+
+    EXPECT_EQ(map_zdingbat[0x60], map_zdingbat[0x68]);
+    for (int c = 0; c < 10; ++c)
+        EXPECT_EQ(map_zdingbat[0xAC + c], map_zdingbat[0xC0 + c]);
+    for (int c : {0x7F, 0x8E, 0x8F, 0x90, 0x9F, 0xA0, 0xF0, 0xFF})
+        EXPECT_EQ(map_zdingbat[c], c);
+
+    for (int c = 0x60; c < 0x7F; ++c)
+        EXPECT_EQ(map_ldraw[c - 0x20], map_ldraw[c - 0x40]) << std::hex << c;
+    EXPECT_EQ(map_ldraw[0x5F - 0x20], 0x2565);
+    EXPECT_EQ(map_ldraw[0x7F - 0x20], 0x007F);
+}
+
+}  // namespace
