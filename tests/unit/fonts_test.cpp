@@ -53,6 +53,10 @@ TEST_F(Fonts, PointSizeEstimatesPitchOfProportionalEntry)
     EXPECT_EQ(env.hmi, 4199);
     EXPECT_EQ(env.font_serial, 103);
     EXPECT_EQ(font[0].point_size, 7.0);
+
+    verbose = 2;
+    EXPECT_EQ(capture_stdout([] { pcl_font_size(7); }),
+              "font_size [0]: 7\nest. pitch = 17.1429\nHMI=4199\n");
 }
 
 TEST_F(Fonts, PointSizeOfFixedEntryKeepsPitchButRederivesHmi)
@@ -62,16 +66,6 @@ TEST_F(Fonts, PointSizeOfFixedEntryKeepsPitchButRederivesHmi)
     EXPECT_EQ(font[0].pitch, 12.0);
     EXPECT_EQ(env.hmi, 6000);
     EXPECT_EQ(env.font_serial, 101);
-}
-
-TEST_F(Fonts, TracesAtLevelTwo)
-{
-    verbose = 2;
-    font[0].spacing = 1;
-    EXPECT_EQ(capture_stdout([] { pcl_font_size(7); }),
-              "font_size [0]: 7\nest. pitch = 17.1429\nHMI=4199\n");
-    verbose = 1;
-    EXPECT_EQ(capture_stdout([] { pcl_font_size(7); }), "");
 }
 
 TEST_F(Fonts, ChangesToInactiveEntryWaitForShift)
@@ -114,8 +108,13 @@ TEST_F(Fonts, RejectedValuesChangeNothingAndAreReportedInAnalysis)
     EXPECT_EQ(capture_stdout([] { pcl_font_pitch_mode(3); }), "Unknown: font pitch 3\n");
     EXPECT_EQ(capture_stdout([] { pcl_font_pitch_mode(-1e308); }),
               "Unknown: font pitch -2147483648\n");
+    EXPECT_EQ(capture_stdout([] { pcl_font_ctl(3); }), "Currently not implemented\n");
+    EXPECT_EQ(capture_stdout([] { pcl_font_ctl(7); }), "Unknown: font ctl 7\n");
+    EXPECT_EQ(capture_stdout([] { pcl_font_ctl(-1); }), "Unknown: font ctl -1\n");
     verbose = 0;
     EXPECT_EQ(capture_stdout([] { pcl_font_size(0); }), "");
+    EXPECT_EQ(capture_stdout([] { pcl_font_ctl(3); }), "");
+    EXPECT_EQ(font_list, nullptr);
     EXPECT_EQ(std::memcmp(&before, &font[0], sizeof before), 0);
     EXPECT_EQ(font[1].pitch, 10.0);
     EXPECT_EQ(env.hmi, 7200);
@@ -226,7 +225,7 @@ TEST_F(Fonts, AssignTwiceKeepsOneNodeWithLatestCharacteristics)
     EXPECT_EQ(font_list->font.typeface, 7);
 }
 
-TEST_F(Fonts, ResetRemovesTemporaryNodesOnly)
+TEST_F(Fonts, ResetRemovesTemporaryNodesAndDeletesFindTheirId)
 {
     for (int id : {1, 2, 3, 4}) {
         pcl_font_id(id);
@@ -252,32 +251,13 @@ TEST_F(Fonts, ResetRemovesTemporaryNodesOnly)
     pcl_font_ctl(1);
     ASSERT_EQ(list_length(), 1);
     EXPECT_EQ(font_list->id, 1);
-}
 
-TEST_F(Fonts, DeleteOneOrAllNodes)
-{
-    for (int id : {1, 2, 3}) {
-        pcl_font_id(id);
-        pcl_font_ctl(6);
-        pcl_font_ctl(5);
-    }
-    pcl_font_id(2);
+    pcl_font_id(1);
     pcl_font_ctl(2);
-    ASSERT_EQ(list_length(), 2);
-    EXPECT_EQ(font_list->id, 3);
-    EXPECT_EQ(font_list->next->id, 1);
-    pcl_font_ctl(0);
     EXPECT_EQ(font_list, nullptr);
-}
-
-TEST_F(Fonts, OtherFontControlValuesAreReported)
-{
-    verbose = 1;
-    EXPECT_EQ(capture_stdout([] { pcl_font_ctl(3); }), "Currently not implemented\n");
-    EXPECT_EQ(capture_stdout([] { pcl_font_ctl(7); }), "Unknown: font ctl 7\n");
-    EXPECT_EQ(capture_stdout([] { pcl_font_ctl(-1); }), "Unknown: font ctl -1\n");
-    verbose = 0;
-    EXPECT_EQ(capture_stdout([] { pcl_font_ctl(3); }), "");
+    pcl_font_ctl(6);
+    pcl_font_ctl(5);
+    pcl_font_ctl(0);
     EXPECT_EQ(font_list, nullptr);
 }
 
