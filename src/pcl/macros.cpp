@@ -1,24 +1,507 @@
 #include "pcl/macros.h"
 
-// Placeholder until the module is implemented.
+#include <cstdio>
+#include <cstdlib>
+#include <new>
+
+#include "common/numeric.h"
+#include "pcl/input.h"
+#include "run_mode.h"
+
 pcl_macro* macro_list;
 pcl_macro* cur_macro;
+unsigned char mac_tmp_buf[MAC_TMP_BUF_SIZE];
+unsigned char* mac_tmp_buf_p = mac_tmp_buf;
+int mac_tmp_buf_len;
 int in_macro_definition;
-macro_frame macro_stack[2];
+macro_frame macro_stack[MAC_MAX_NESTING];
 int mac_nesting;
 pcl_macro* exec_macro;
 unsigned char* exec_macro_p;
 
-void pcl_macro_id(double) {}
-void pcl_macro_ctl(double) {}
-void mac_start_def(int) {}
-void mac_end_def() {}
-void mac_buf_add(int) {}
-void mac_buf_flush() {}
-pcl_macro* mac_call(int, int) { return nullptr; }
-int mac_getc() { return -1; }
-int auto_getc() { return -1; }
-void mac_pop() {}
-pcl_macro* mac_get_byid(int) { return nullptr; }
-void mac_free(pcl_macro*) {}
-void mac_reset(int) {}
+namespace {
+
+// The bytes of the closing command ESC & f 1 X, recorded with the body and
+// cut off at the end of a definition.
+constexpr int CLOSING_COMMAND_LEN = 5;
+
+// Records unlinked from macro_list while a replay level still reads them.
+pcl_macro* detached_list;
+
+// Replay work since the input file last delivered a byte.
+uint64_t replay_work;
+
+// Overlay text loops that still have to see the end of their input, and the
+// page counter when the last of them was counted (each such loop belongs to
+// a form feed that moves the counter on once its loop has returned).
+int drain_left;
+int32_t drain_serial;
+
+[[noreturn]] void macro_assert(char const* expr, char const* func)
+{
+    std::fflush(stdout);
+    std::fprintf(stderr, "%s: pcl/macro: %s: assertion \"%s\" failed\n",
+                 progname ? progname : "tarvo", func, expr);
+    std::abort();
+}
+
+unsigned char* macro_end(pcl_macro const* m) { return m->data + m->size; }
+
+void empty_staging()
+{
+    mac_tmp_buf_p = mac_tmp_buf;
+    mac_tmp_buf_len = 0;
+}
+
+void destroy(pcl_macro* m)
+{
+    std::free(m->data);
+    delete m;
+}
+
+// Drops one replay level's hold on a record; a detached record goes when
+// nobody reads it any more.
+void release(pcl_macro* m)
+{
+    if (m == nullptr || --m->refs > 0 || !m->detached)
+        return;
+    pcl_macro** link = &detached_list;
+    while (*link != nullptr && *link != m)
+        link = &(*link)->next;
+    if (*link == m)
+        *link = m->next;
+    destroy(m);
+}
+
+void detach(pcl_macro* m)
+{
+    m->detached = 1;
+    m->next = detached_list;
+    detached_list = m;
+}
+
+// The raw reader of the level that is active now.
+getchar_fn level_reader()
+{
+    if (mac_nesting == 0)
+        return in_macro_definition ? getc_copy : getc_only;
+    return macro_stack[mac_nesting - 1].mode == MAC_OVERLAY ? auto_getc : mac_getc;
+}
+
+int resume_getc();
+
+// Installs the reader for the current level, going through resume_getc when
+// overlay loops must still end or when a byte from the file must clear the
+// replay work.
+void install_reader()
+{
+    if (drain_left > 0 || (mac_nesting == 0 && replay_work > 0))
+        getchar_func = resume_getc;
+    else
+        getchar_func = level_reader();
+}
+
+// Stands in front of the reader of the current level after a level ended.
+int resume_getc()
+{
+    if (drain_left > 0) {
+        if (env.page_serial != drain_serial) {
+            drain_serial = env.page_serial;
+            --drain_left;
+        }
+        if (drain_left > 0)
+            return -1;
+    }
+    if (mac_nesting == 0)
+        replay_work = 0;
+    getchar_func = level_reader();
+    return getchar_func();
+}
+
+void start_drain(int loops)
+{
+    if (loops <= 0)
+        return;
+    if (drain_left == 0)
+        drain_serial = env.page_serial;
+    drain_left += loops;
+}
+
+// Back to the caller's environment and fonts. The page counter and the page
+// state stay as they are now, so output never returns to an earlier page; a
+// font changed inside the level gets a fresh serial, so the output selects
+// the caller's font again.
+void restore_frame(macro_frame const& f)
+{
+    int32_t const page_serial = env.page_serial;
+    int32_t const page_dirty = env.page_dirty;
+    int32_t const font_serial = env.font_serial;
+    env = f.env;
+    font[0] = f.font[0];
+    font[1] = f.font[1];
+    env.page_serial = page_serial;
+    env.page_dirty = page_dirty;
+    if (font_serial != f.env.font_serial)
+        env.font_serial = sat_add(font_serial, 1);
+    env.pos_changed = 1;
+}
+
+// Leaves the innermost level without choosing the next reader.
+void pop_level(bool restore)
+{
+    --mac_nesting;
+    macro_frame const& f = macro_stack[mac_nesting];
+    pcl_macro* const ended = exec_macro;
+    exec_macro = f.macro;
+    exec_macro_p = f.pos;
+    if (restore && f.mode != MAC_EXECUTE)
+        restore_frame(f);
+    release(ended);
+    if (mac_nesting == 0) {
+        exec_macro = nullptr;
+        exec_macro_p = nullptr;
+    }
+}
+
+// Ends every active level at once; overlay loops are then drained.
+void abandon_levels(bool restore)
+{
+    int overlays = 0;
+    while (mac_nesting > 0) {
+        if (macro_stack[mac_nesting - 1].mode == MAC_OVERLAY)
+            ++overlays;
+        pop_level(restore);
+    }
+    start_drain(overlays);
+}
+
+void delete_all()
+{
+    while (macro_list != nullptr)
+        mac_free(macro_list);
+}
+
+void delete_type(int kind)
+{
+    pcl_macro* m = macro_list;
+    while (m != nullptr) {
+        pcl_macro* const next = m->next;
+        if (m->type == kind)
+            mac_free(m);
+        m = next;
+    }
+}
+
+pcl_macro* mac_alloc()
+{
+    auto* mp = new (std::nothrow) pcl_macro{};
+    if (mp == nullptr)
+        macro_assert("mp != NULL", "mac_alloc");
+    return mp;
+}
+
+// Drops the macro being defined after a failed or refused growth.
+void drop_current()
+{
+    mac_free(cur_macro);
+    cur_macro = nullptr;
+    empty_staging();
+}
+
+}  // namespace
+
+void pcl_macro_id(double value) { env.macro_id = to_int(value); }
+
+void pcl_macro_ctl(double value)
+{
+    int const v = to_int(value);
+    if (in_macro_definition) {
+        if (v == 1) {
+            in_macro_definition = 0;
+            install_reader();
+            mac_end_def();
+        } else if (verbose) {
+            std::printf("Invalid macro %d command ignored", env.macro_id);
+        }
+        return;
+    }
+    switch (v) {
+    case 0: {
+        // A definition records from the file; levels being replayed end
+        // here as if their bytes were used up. The ID is the one in force
+        // at the command, not the one a called level restores.
+        int const id = env.macro_id;
+        abandon_levels(true);
+        mac_start_def(id);
+        in_macro_definition = 1;
+        install_reader();
+        break;
+    }
+    case 1:
+        if (verbose)
+            std::printf("Invalid macro command ignored");
+        break;
+    case 2:
+        mac_call(env.macro_id, MAC_EXECUTE);
+        break;
+    case 3:
+        mac_call(env.macro_id, MAC_CALL);
+        break;
+    case 4:
+        env.overlay_id = env.macro_id;
+        break;
+    case 5:
+        env.overlay_id = -1;
+        break;
+    case 6:
+        delete_all();
+        break;
+    case 7:
+        delete_type(TEMPORARY);
+        break;
+    case 8:
+        if (pcl_macro* m = mac_get_byid(env.macro_id))
+            mac_free(m);
+        break;
+    case 9:
+    case 10:
+        if (pcl_macro* m = mac_get_byid(env.macro_id))
+            m->type = v == 9 ? TEMPORARY : PERMANENT;
+        break;
+    default:
+        if (verbose)
+            std::printf("Unknown: macro ctl %d\n", v);
+        break;
+    }
+}
+
+void mac_start_def(int id)
+{
+    pcl_macro* m = mac_get_byid(id);
+    if (m != nullptr && m->refs > 0) {
+        // Being replayed: a fresh record takes its place in the list.
+        pcl_macro* const fresh = mac_alloc();
+        pcl_macro** link = &macro_list;
+        while (*link != m)
+            link = &(*link)->next;
+        fresh->next = m->next;
+        *link = fresh;
+        detach(m);
+        m = fresh;
+    } else if (m != nullptr) {
+        std::free(m->data);
+    } else {
+        m = mac_alloc();
+        m->next = macro_list;
+        macro_list = m;
+    }
+    m->id = id;
+    m->type = TEMPORARY;
+    m->size = 0;
+    m->data = nullptr;
+    m->capacity = 0;
+    cur_macro = m;
+    empty_staging();
+}
+
+void mac_buf_add(int byte)
+{
+    if (cur_macro == nullptr)
+        return;
+    if (mac_tmp_buf_len >= MAC_TMP_BUF_SIZE) {
+        mac_buf_flush();
+        if (cur_macro == nullptr)
+            return;
+    }
+    *mac_tmp_buf_p++ = static_cast<unsigned char>(byte);
+    ++mac_tmp_buf_len;
+}
+
+void mac_buf_flush()
+{
+    if (cur_macro == nullptr || mac_tmp_buf_len == 0)
+        return;
+    int const n = cur_macro->size + mac_tmp_buf_len;
+    if (n > MAC_MAX_SIZE) {
+        if (verbose)
+            std::printf("memory allocation exceeds limit for macro %d (%d bytes)\n", cur_macro->id, n);
+        drop_current();
+        return;
+    }
+    if (n > cur_macro->capacity) {
+        int capacity = cur_macro->capacity < MAC_TMP_BUF_SIZE ? MAC_TMP_BUF_SIZE : cur_macro->capacity;
+        while (capacity < n)
+            capacity *= 2;
+        if (capacity > MAC_MAX_SIZE)
+            capacity = MAC_MAX_SIZE;
+        void* grown = std::realloc(cur_macro->data, static_cast<size_t>(capacity));
+        if (grown == nullptr) {
+            if (verbose)
+                std::printf("memory allocation failed for macro %d (%d bytes)\n", cur_macro->id, n);
+            drop_current();
+            return;
+        }
+        cur_macro->data = static_cast<unsigned char*>(grown);
+        cur_macro->capacity = capacity;
+    }
+    for (int i = 0; i < mac_tmp_buf_len; ++i)
+        cur_macro->data[cur_macro->size + i] = mac_tmp_buf[i];
+    cur_macro->size = n;
+    empty_staging();
+}
+
+void mac_end_def()
+{
+    if (cur_macro == nullptr)
+        return;
+    mac_buf_flush();
+    if (cur_macro == nullptr)
+        return;
+    pcl_macro* const m = cur_macro;
+    m->size -= CLOSING_COMMAND_LEN;
+    if (m->size > 0) {
+        if (verbose >= 2)
+            std::printf("=> macro %d size %d\n", m->id, m->size);
+        if (m->size < m->capacity) {
+            if (void* fitted = std::realloc(m->data, static_cast<size_t>(m->size))) {
+                m->data = static_cast<unsigned char*>(fitted);
+                m->capacity = m->size;
+            }
+        }
+    } else {
+        m->size = 0;
+        if (verbose)
+            std::printf("macro %d is empty\n", m->id);
+        mac_free(m);
+    }
+    cur_macro = nullptr;
+}
+
+pcl_macro* mac_call(int id, int mode)
+{
+    if (verbose >= 2)
+        std::printf("executing macro %d\n", id);
+    if (mac_nesting >= MAC_MAX_NESTING) {
+        if (verbose)
+            std::printf("Macro nesting exceeds maximum (%d)\n", MAC_MAX_NESTING);
+        return nullptr;
+    }
+    pcl_macro* const m = mac_get_byid(id);
+    // A macro whose definition is still open does not exist yet.
+    if (m == nullptr || m == cur_macro || m->size <= 0) {
+        if (verbose)
+            std::printf("macro %d does not exist\n", id);
+        return nullptr;
+    }
+    if (replay_work >= MAC_REPLAY_BUDGET) {
+        if (verbose)
+            std::printf("macro %d not started: replay limit reached\n", id);
+        return nullptr;
+    }
+    replay_work += MAC_LEVEL_COST;
+    macro_frame& f = macro_stack[mac_nesting];
+    f.mode = mode;
+    f.macro = exec_macro;
+    f.pos = exec_macro_p;
+    ++mac_nesting;
+    if (mode != MAC_EXECUTE) {
+        f.env = env;
+        f.font[0] = font[0];
+        f.font[1] = font[1];
+    }
+    getchar_func = mode == MAC_OVERLAY ? auto_getc : mac_getc;
+    ++m->refs;
+    exec_macro = m;
+    exec_macro_p = m->data;
+    return m;
+}
+
+int mac_getc()
+{
+    if (exec_macro == nullptr)
+        macro_assert("exec_macro != NULL", "mac_getc");
+    if (mac_nesting == 0)
+        macro_assert("mac_nesting != 0", "mac_getc");
+    if (exec_macro_p >= macro_end(exec_macro)) {
+        // Nothing left (cannot happen for a stored macro, which is never
+        // empty): the enclosing source delivers the byte.
+        mac_pop();
+        return getchar_func();
+    }
+    int const c = *exec_macro_p++;
+    ++replay_work;
+    if (exec_macro_p == macro_end(exec_macro)) {
+        if (verbose >= 2)
+            std::printf("=> completed macro %d\n", exec_macro->id);
+        mac_pop();
+    }
+    return c;
+}
+
+int auto_getc()
+{
+    if (exec_macro == nullptr)
+        macro_assert("exec_macro != NULL", "auto_getc");
+    if (mac_nesting == 0)
+        macro_assert("mac_nesting != 0", "auto_getc");
+    if (exec_macro_p >= macro_end(exec_macro)) {
+        pop_level(true);
+        start_drain(1);
+        install_reader();
+        return -1;
+    }
+    ++replay_work;
+    return *exec_macro_p++;
+}
+
+void mac_pop()
+{
+    if (mac_nesting <= 0)
+        macro_assert("mac_nesting != 0", "mac_pop");
+    pop_level(true);
+    install_reader();
+}
+
+pcl_macro* mac_get_byid(int id)
+{
+    for (pcl_macro* m = macro_list; m != nullptr; m = m->next)
+        if (m->id == id)
+            return m;
+    return nullptr;
+}
+
+void mac_free(pcl_macro* macro)
+{
+    if (macro_list == nullptr)
+        macro_assert("macro_list != NULL", "mac_free");
+    if (macro_list == macro) {
+        macro_list = macro->next;
+    } else {
+        pcl_macro* prev = macro_list;
+        while (prev->next != nullptr && prev->next != macro)
+            prev = prev->next;
+        if (prev->next == nullptr)
+            macro_assert("prev->next != NULL", "mac_free");
+        prev->next = macro->next;
+    }
+    if (macro == cur_macro) {
+        cur_macro = nullptr;
+        empty_staging();
+    }
+    if (macro->refs > 0)
+        detach(macro);
+    else
+        destroy(macro);
+}
+
+void mac_reset(int kind)
+{
+    abandon_levels(false);
+    if (kind == PERMANENT)
+        delete_all();
+    else
+        delete_type(kind);
+    install_reader();
+}
+
+uint64_t mac_replay_work() { return replay_work; }

@@ -1,4 +1,27 @@
 // PCL macros: recording, the store, execute, call and automatic overlay.
+//
+// Replay swaps the raw input function of the reader: mac_getc replays an
+// executed or called macro, auto_getc an overlay, and the parser reads the
+// macro exactly as it reads a file. At most two replay levels are active.
+//
+// Safety rules kept by this module beyond the plain algorithms:
+// - A record that a replay level still reads is never freed or rewritten:
+//   deleting it only unlinks it from macro_list, redefining its ID puts a
+//   fresh record in its place; the old one is freed when the last level
+//   reading it ends.
+// - An overlay runs its own text loop, which must see the end of its input
+//   exactly once even when its bytes end inside an escape sequence, a UTF-8
+//   sequence or a data block: after the overlay ends, the reader keeps
+//   reporting end of input until the form feed that started it has moved
+//   the page counter on, and only then resumes the enclosing source.
+// - The printer reset (mac_reset, called by pcl_reset) and the start of a
+//   definition from inside a replay abandon every active level; abandoned
+//   overlays end their text loops as above.
+// - Replay without fresh input is bounded: every replayed byte and every
+//   started level costs work, and once MAC_REPLAY_BUDGET units have been
+//   spent since the input file last delivered a byte, no new level starts.
+//   This stops macros that end by executing or calling themselves (or each
+//   other), which would otherwise re-enter forever at the same depth.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +33,12 @@ constexpr int MAC_EXECUTE = 0;
 constexpr int MAC_CALL = 1;
 constexpr int MAC_OVERLAY = 2;
 constexpr int MAC_MAX_SIZE = 1048576;
+constexpr int MAC_MAX_NESTING = 2;
+constexpr int MAC_TMP_BUF_SIZE = 1024;
+// Work allowed between two bytes of the input file: one unit per replayed
+// byte, MAC_LEVEL_COST units per started level.
+constexpr uint64_t MAC_REPLAY_BUDGET = uint64_t{1} << 28;
+constexpr uint64_t MAC_LEVEL_COST = 256;
 
 struct pcl_macro {
     pcl_macro* next;
@@ -17,6 +46,9 @@ struct pcl_macro {
     int32_t type;
     int32_t size;
     unsigned char* data;
+    int32_t capacity;  // allocated bytes of data
+    int32_t refs;      // replay levels reading this record
+    int32_t detached;  // no longer on macro_list; freed when refs drops to 0
 };
 
 struct macro_frame {
@@ -29,8 +61,11 @@ struct macro_frame {
 
 extern pcl_macro* macro_list;
 extern pcl_macro* cur_macro;
+extern unsigned char mac_tmp_buf[MAC_TMP_BUF_SIZE];
+extern unsigned char* mac_tmp_buf_p;
+extern int mac_tmp_buf_len;
 extern int in_macro_definition;
-extern macro_frame macro_stack[2];
+extern macro_frame macro_stack[MAC_MAX_NESTING];
 extern int mac_nesting;
 extern pcl_macro* exec_macro;
 extern unsigned char* exec_macro_p;
@@ -48,4 +83,10 @@ int auto_getc();
 void mac_pop();
 pcl_macro* mac_get_byid(int id);
 void mac_free(pcl_macro* macro);
+// The reset's entry: abandons every replay level (without restoring their
+// saved environments: the reset's own state wins), then deletes all macros
+// (kind PERMANENT) or those of the given type, and reinstalls the reader of
+// the file.
 void mac_reset(int kind);
+// Work units spent on replay since the input file last delivered a byte.
+uint64_t mac_replay_work();

@@ -1,0 +1,346 @@
+// The macro store and the replay readers, driven directly: definitions are
+// fed byte by byte as the recording reader would, replays are read through
+// getchar_func as the parser would.
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "pcl/environment.h"
+#include "pcl/fonts.h"
+#include "pcl/input.h"
+#include "pcl/macros.h"
+#include "run_mode.h"
+#include "test_support.h"
+
+namespace {
+
+std::string const kClose = "\x1b&f1X";
+
+class Macros : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        verbose = 0;
+        debug = 0;
+        in_macro_definition = 0;
+        mac_reset(PERMANENT);
+        env = pcl_env{};
+        env.overlay_id = -1;
+        env.font_serial = 1;
+        font[0] = pcl_font{};
+        font[1] = pcl_font{};
+        // A read from the file clears the replay work of earlier tests.
+        InputFromString none("");
+        getchar_func();
+        getchar_func = getc_only;
+    }
+    void TearDown() override { mac_reset(PERMANENT); }
+
+    // Records `body` followed by `closing` as macro `id`.
+    static void define(int id, std::string const& body, std::string const& closing = kClose)
+    {
+        mac_start_def(id);
+        for (unsigned char c : body + closing)
+            mac_buf_add(c);
+        mac_end_def();
+    }
+
+    // Reads n bytes through the current raw reader.
+    static std::string read(int n)
+    {
+        std::string s;
+        for (int i = 0; i < n; ++i) {
+            int c = getchar_func();
+            s += c < 0 ? '#' : static_cast<char>(c);
+        }
+        return s;
+    }
+};
+
+TEST_F(Macros, DefinitionStoresBodyWithoutClosingCommand)
+{
+    std::string out = capture_stdout([] {
+        verbose = 2;
+        define(7, "ABC");
+        define(8, "", kClose);
+        define(9, "xy", "\x1b&f01X");
+    });
+    EXPECT_EQ(out, "=> macro 7 size 3\nmacro 8 is empty\n=> macro 9 size 3\n");
+    pcl_macro* m = mac_get_byid(7);
+    ASSERT_NE(m, nullptr);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(m->data), m->size), "ABC");
+    EXPECT_EQ(m->type, TEMPORARY);
+    EXPECT_EQ(mac_get_byid(8), nullptr);
+    // The longer closing command leaves its first byte in the macro.
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(mac_get_byid(9)->data), 3), "xy\x1b");
+    EXPECT_EQ(cur_macro, nullptr);
+
+    // Redefinition reuses the record in its list position; newest first.
+    pcl_macro* before = mac_get_byid(7);
+    define(10, "new");
+    define(7, "DEFG");
+    EXPECT_EQ(mac_get_byid(7), before);
+    EXPECT_EQ(mac_get_byid(7)->size, 4);
+    EXPECT_EQ(macro_list->id, 10);
+}
+
+TEST_F(Macros, SizeLimitDeletesTheMacroOnce)
+{
+    // Exactly the limit, closing command included, is accepted.
+    define(1, std::string(MAC_MAX_SIZE - 5, 'a'));
+    ASSERT_NE(mac_get_byid(1), nullptr);
+    EXPECT_EQ(mac_get_byid(1)->size, MAC_MAX_SIZE - 5);
+
+    std::string out = capture_stdout([] {
+        verbose = 1;
+        define(2, std::string(MAC_MAX_SIZE + 3000, 'b'));
+    });
+    EXPECT_EQ(out, "memory allocation exceeds limit for macro 2 (1049600 bytes)\n");
+    EXPECT_EQ(mac_get_byid(2), nullptr);
+    EXPECT_EQ(cur_macro, nullptr);
+    EXPECT_NE(mac_get_byid(1), nullptr);
+}
+
+TEST_F(Macros, ExecuteAndCallReplayAndRestore)
+{
+    define(1, "ab");
+    env.cur_x = 100;
+    env.font_serial = 5;
+    font[0].pitch = 10;
+
+    // Execute: the level ends when the last byte is handed out; changes stay.
+    ASSERT_NE(mac_call(1, MAC_EXECUTE), nullptr);
+    EXPECT_EQ(getchar_func, mac_getc);
+    EXPECT_EQ(read(1), "a");
+    env.cur_x = 200;
+    std::string out = capture_stdout([] {
+        verbose = 2;
+        EXPECT_EQ(read(1), "b");
+        verbose = 0;
+    });
+    EXPECT_EQ(out, "=> completed macro 1\n");
+    EXPECT_EQ(mac_nesting, 0);
+    EXPECT_EQ(exec_macro, nullptr);
+    EXPECT_EQ(env.cur_x, 200);
+
+    // Call: environment and fonts come back, the page counter does not, and
+    // a font changed inside gets a serial never seen before.
+    env.pos_changed = 0;
+    ASSERT_NE(mac_call(1, MAC_CALL), nullptr);
+    env.cur_x = 999;
+    env.page_serial = 3;
+    env.page_dirty = 1;
+    font[0].pitch = 16.67;
+    env.font_serial = 6;
+    EXPECT_EQ(read(2), "ab");
+    EXPECT_EQ(mac_nesting, 0);
+    EXPECT_EQ(env.cur_x, 200);
+    EXPECT_EQ(font[0].pitch, 10);
+    EXPECT_EQ(env.page_serial, 3);
+    EXPECT_EQ(env.page_dirty, 1);
+    EXPECT_EQ(env.font_serial, 7);
+    EXPECT_EQ(env.pos_changed, 1);
+
+    // A call that changes no font keeps the serial.
+    ASSERT_NE(mac_call(1, MAC_CALL), nullptr);
+    read(2);
+    EXPECT_EQ(env.font_serial, 7);
+}
+
+TEST_F(Macros, NestingAndRefusals)
+{
+    define(1, "A1");
+    define(2, "B");
+    std::string out = capture_stdout([] {
+        verbose = 2;
+        EXPECT_EQ(mac_call(5, MAC_EXECUTE), nullptr);
+        ASSERT_NE(mac_call(1, MAC_CALL), nullptr);
+        EXPECT_EQ(read(1), "A");
+        ASSERT_NE(mac_call(2, MAC_CALL), nullptr);
+        EXPECT_EQ(mac_call(1, MAC_EXECUTE), nullptr);
+        EXPECT_EQ(mac_nesting, 2);
+        // B ends, then A continues after the call.
+        EXPECT_EQ(read(1), "B");
+        EXPECT_EQ(mac_nesting, 1);
+        EXPECT_EQ(read(1), "1");
+        EXPECT_EQ(mac_nesting, 0);
+    });
+    EXPECT_EQ(out,
+              "executing macro 5\nmacro 5 does not exist\n"
+              "executing macro 1\nexecuting macro 2\n"
+              "executing macro 1\nMacro nesting exceeds maximum (2)\n"
+              "=> completed macro 2\n=> completed macro 1\n");
+}
+
+TEST_F(Macros, OverlayEndsItsLoopOnceThenResumesAfterTheFormFeed)
+{
+    define(3, "O");
+    define(4, "cd");
+    InputFromString file("F");
+    env.cur_x = 10;
+    ASSERT_NE(mac_call(3, MAC_OVERLAY), nullptr);
+    EXPECT_EQ(getchar_func, auto_getc);
+    env.cur_x = 77;
+    EXPECT_EQ(read(1), "O");
+    EXPECT_EQ(mac_nesting, 1);  // the last byte is read inside the overlay
+    // The end: restored at once; end of input until the page moves on, as
+    // for a loop that ended inside an escape sequence and reads again.
+    EXPECT_EQ(read(3), "###");
+    EXPECT_EQ(mac_nesting, 0);
+    EXPECT_EQ(env.cur_x, 10);
+    env.page_serial += 1;  // the form feed completes
+    EXPECT_EQ(read(2), "F#");
+
+    // An overlay that calls another macro keeps reading its own bytes after
+    // the inner macro, then ends.
+    define(5, "xy");
+    ASSERT_NE(mac_call(5, MAC_OVERLAY), nullptr);
+    EXPECT_EQ(read(1), "x");
+    ASSERT_NE(mac_call(4, MAC_CALL), nullptr);
+    EXPECT_EQ(read(3), "cdy");
+    EXPECT_EQ(read(1), "#");
+    EXPECT_EQ(mac_nesting, 0);
+}
+
+TEST_F(Macros, ReplayedRecordSurvivesDeletionAndRedefinition)
+{
+    define(1, "hello");
+    define(2, "world");
+    ASSERT_NE(mac_call(1, MAC_EXECUTE), nullptr);
+    EXPECT_EQ(read(1), "h");
+    // Delete everything while macro 1 is being read.
+    in_macro_definition = 0;
+    env.macro_id = 1;
+    pcl_macro_ctl(8);
+    EXPECT_EQ(mac_get_byid(1), nullptr);
+    ASSERT_NE(mac_call(2, MAC_CALL), nullptr);
+    pcl_macro_ctl(6);
+    EXPECT_EQ(macro_list, nullptr);
+    EXPECT_EQ(read(9), "worldello");
+    EXPECT_EQ(mac_nesting, 0);
+
+    // Redefinition while being read: the replay keeps the old bytes, the
+    // store has the new ones in the same list position.
+    define(3, "abc");
+    define(4, "zz");
+    ASSERT_NE(mac_call(3, MAC_EXECUTE), nullptr);
+    EXPECT_EQ(read(1), "a");
+    define(3, "NEW");
+    EXPECT_EQ(read(2), "bc");
+    ASSERT_NE(mac_get_byid(3), nullptr);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(mac_get_byid(3)->data), 3), "NEW");
+    EXPECT_EQ(macro_list->id, 4);
+    EXPECT_EQ(macro_list->next->id, 3);
+}
+
+TEST_F(Macros, ResetAbandonsEveryLevel)
+{
+    define(1, "overlay");
+    define(2, "called");
+    mac_get_byid(2)->type = PERMANENT;
+    InputFromString file("Z");
+    env.cur_x = 5;
+    ASSERT_NE(mac_call(1, MAC_OVERLAY), nullptr);
+    read(2);
+    ASSERT_NE(mac_call(2, MAC_CALL), nullptr);
+    read(1);
+    env.cur_x = 1234;  // the reset's own state
+    getchar_func = getc_only;
+    mac_reset(TEMPORARY);
+    EXPECT_EQ(mac_nesting, 0);
+    EXPECT_EQ(env.cur_x, 1234);
+    EXPECT_EQ(mac_get_byid(1), nullptr);
+    EXPECT_NE(mac_get_byid(2), nullptr);
+    // The abandoned overlay's loop sees end of input, then the file follows
+    // once its form feed has moved the page on.
+    EXPECT_EQ(read(2), "##");
+    env.page_serial += 1;
+    EXPECT_EQ(read(2), "Z#");
+}
+
+TEST_F(Macros, DefinitionStartedInsideReplayRecordsFromTheFile)
+{
+    define(1, "\x1b&f0X");
+    InputFromString file("rec\x1b&f1X");
+    env.macro_id = 1;
+    env.cur_x = 3;
+    ASSERT_NE(mac_call(1, MAC_CALL), nullptr);
+    read(4);
+    env.cur_x = 50;
+    env.macro_id = 9;
+    pcl_macro_ctl(0);  // as if the parser had just read "0X"
+    EXPECT_EQ(mac_nesting, 0);
+    EXPECT_EQ(env.cur_x, 3);  // the called level ended and was restored
+    EXPECT_EQ(read(8), "rec\x1b&f1X");
+    pcl_macro_ctl(1);
+    EXPECT_EQ(in_macro_definition, 0);
+    ASSERT_NE(mac_get_byid(9), nullptr);
+    EXPECT_EQ(mac_get_byid(9)->size, 3);
+}
+
+TEST_F(Macros, SelfCallingMacroIsStoppedByTheReplayBudget)
+{
+    // A macro that ends by executing itself: each level ends before the
+    // command acts, so the depth never grows.
+    define(1, std::string(4096, 'x'));
+    InputFromString file("f");
+    long calls = 0;
+    std::string out = capture_stdout([&] {
+        verbose = 1;
+        while (mac_call(1, MAC_EXECUTE) != nullptr) {
+            ++calls;
+            while (mac_nesting > 0)
+                getchar_func();
+        }
+    });
+    EXPECT_EQ(out, "macro 1 not started: replay limit reached\n");
+    EXPECT_GT(calls, 1000);
+    EXPECT_LE(calls * 4096, static_cast<long>(MAC_REPLAY_BUDGET));
+    // A byte from the file renews the budget.
+    EXPECT_EQ(read(1), "f");
+    EXPECT_EQ(mac_replay_work(), 0u);
+    EXPECT_NE(mac_call(1, MAC_EXECUTE), nullptr);
+}
+
+TEST_F(Macros, ControlValuesAndMessages)
+{
+    define(1, "m");
+    std::string out = capture_stdout([] {
+        verbose = 1;
+        env.macro_id = 1;
+        pcl_macro_ctl(1);
+        pcl_macro_ctl(11);
+        pcl_macro_ctl(-1);
+        pcl_macro_ctl(1e308);
+        pcl_macro_ctl(4);
+        EXPECT_EQ(env.overlay_id, 1);
+        pcl_macro_ctl(5);
+        EXPECT_EQ(env.overlay_id, -1);
+        env.macro_id = 9;
+        pcl_macro_ctl(10);  // missing: nothing
+        pcl_macro_ctl(4);   // no check that it exists
+        EXPECT_EQ(env.overlay_id, 9);
+        in_macro_definition = 1;
+        pcl_macro_ctl(3);
+        in_macro_definition = 0;
+    });
+    EXPECT_EQ(out,
+              "Invalid macro command ignored"
+              "Unknown: macro ctl 11\nUnknown: macro ctl -1\nUnknown: macro ctl 2147483647\n"
+              "Invalid macro 9 command ignored");
+
+    pcl_macro_id(2.9);
+    EXPECT_EQ(env.macro_id, 2);
+    define(2, "p");
+    pcl_macro_ctl(10);
+    EXPECT_EQ(mac_get_byid(2)->type, PERMANENT);
+    pcl_macro_ctl(7);
+    EXPECT_NE(mac_get_byid(2), nullptr);
+    EXPECT_EQ(mac_get_byid(1), nullptr);
+    pcl_macro_ctl(9);
+    EXPECT_EQ(mac_get_byid(2)->type, TEMPORARY);
+    mac_reset(TEMPORARY);
+    EXPECT_EQ(macro_list, nullptr);
+}
+
+}  // namespace
