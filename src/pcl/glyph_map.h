@@ -14,6 +14,23 @@ struct encoding_row {
     uint16_t ps_code;
 };
 
+// One mapping of the chained hash table `ps_map`: records 0..255 are the
+// bucket heads (bucket = low byte of the code point), overflow records are
+// handed out from index 256 on, so a `next` of 0 ends a chain.
+struct map_record {
+    uint16_t code;     // Unicode code point; 0 marks an empty record
+    uint16_t ps_code;  // byte of the encoding (0x20..0xFF), 0: shown by name
+    char const* name;  // glyph name; null for Symbol and ZapfDingbats records
+    int32_t enc;       // 0 Latin-1 text fonts, 1 Symbol, 2 ZapfDingbats
+    int32_t next;      // index of the next record of the bucket, 0 at the end
+};
+
+constexpr int MAPSIZE = 4096;
+constexpr int MAP_BUCKETS = 256;
+
+extern map_record ps_map[MAPSIZE];
+extern int ps_map_next;
+
 extern glyph_row const ps_glyph_list[];
 extern encoding_row const ps_encoding_symbol[];
 extern encoding_row const ps_encoding_zdingbat[];
@@ -21,3 +38,5 @@ extern encoding_row const ps_encoding_zdingbat[];
 void ps_map_init();
 void ps_map_add(unsigned code, unsigned ps_code, char const* name, int enc);
 char const* ps_map_lookup(unsigned code, int enc, unsigned* ps_code);
+// Empties the map (start-up state); used by tests.
+void ps_map_reset();
