@@ -1,8 +1,112 @@
+// The Ghostscript pipeline: the shell command line, built once from the run
+// mode and the CONFIG section, and the interpreter started lazily with the
+// PostScript on its standard input.
 #include "ghostscript.h"
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+#include "config_store.h"
+#include "run_mode.h"
 
 std::string gs_cmd;
 
-// Placeholder until the module is implemented.
-void gs_setup(int, char const*, char const*) {}
-void gs_run() {}
-int gs_close() { return -1; }
+namespace {
+
+FILE* gs_pipe = nullptr;
+
+// Output into the pipe is buffered in large blocks.
+constexpr size_t kPipeBufferSize = 64 * 1024;
+char pipe_buffer[kPipeBufferSize];
+
+char const* cfg(char const* item) { return config_get_option("CONFIG", item, nullptr); }
+
+// Appends `text` enclosed in double quotes, with the characters the shell
+// still interprets there (\ " $ `) backslash-escaped, so any name reaches
+// the program as one literal argument.
+void append_quoted(std::string& cmd, char const* text)
+{
+    cmd += '"';
+    for (char const* p = text; *p; ++p) {
+        if (*p == '\\' || *p == '"' || *p == '$' || *p == '`')
+            cmd += '\\';
+        cmd += *p;
+    }
+    cmd += '"';
+}
+
+// Appends " text" when text is set; option texts go in as they are, so one
+// item may hold several options.
+void append_option(std::string& cmd, char const* text)
+{
+    if (text && *text) {
+        cmd += ' ';
+        cmd += text;
+    }
+}
+
+}  // namespace
+
+void gs_setup(int level, char const* output, char const* options)
+{
+    if (char const* fontpath = cfg("GS.FONTPATH"))
+        setenv("GS_FONTPATH", fontpath, 1);
+
+    gs_cmd.clear();
+    append_quoted(gs_cmd, config_get_option("CONFIG", "GS", "gs"));
+    gs_cmd += " -q -dNOPAUSE -dBATCH";
+    if (level <= 0) {
+        append_option(gs_cmd, options);
+        append_option(gs_cmd, cfg("GS.PRINT.OPT"));
+    } else if (level == 1) {
+        gs_cmd += " -sDEVICE=pdfwrite";
+        append_option(gs_cmd, options);
+        append_option(gs_cmd, cfg("GS.PDF.OPT"));
+    } else {
+        gs_cmd += " -dNOSAFER -sDEVICE=pdfwrite -dPDFA=";
+        gs_cmd += std::to_string(level - 1);
+        append_option(gs_cmd, options);
+        char const* pdfa = cfg("GS.PDFA.OPT");
+        append_option(gs_cmd, pdfa ? pdfa
+                                   : "-sColorConversionStrategy=RGB -sProcessColorModel=DeviceRGB "
+                                     "-dPDFACompatibilityPolicy=1");
+    }
+    if (char const* paper = cfg("GS.PAPER.SIZE")) {
+        gs_cmd += " -sPAPERSIZE=";
+        gs_cmd += paper;
+    }
+    append_option(gs_cmd, cfg("GS.OPT"));
+    gs_cmd += " -sOutputFile=";
+    append_quoted(gs_cmd, output ? output : "-");
+    gs_cmd += " -";
+
+    if (verbose >= 1)
+        std::fprintf(stderr, "%s\n", gs_cmd.c_str());
+}
+
+void gs_run()
+{
+    // An interpreter that dies early must not kill the converter; writes
+    // into the broken pipe fail quietly and the exit status tells.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::fflush(nullptr);
+    gs_pipe = popen(gs_cmd.c_str(), "w");
+    if (!gs_pipe) {
+        std::perror("popen");
+        std::exit(1);
+    }
+    std::setvbuf(gs_pipe, pipe_buffer, _IOFBF, sizeof pipe_buffer);
+    outfp = gs_pipe;
+}
+
+int gs_close()
+{
+    if (!gs_pipe)
+        return -1;
+    FILE* pipe = gs_pipe;
+    gs_pipe = nullptr;
+    if (outfp == pipe)
+        outfp = nullptr;
+    return pclose(pipe);
+}
