@@ -2,6 +2,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <string_view>
 
 #include <gtest/gtest.h>
 
@@ -9,6 +10,7 @@
 #include "pcl/cursor.h"
 #include "pcl/environment.h"
 #include "pcl/escape_parser.h"
+#include "pcl/macros.h"
 #include "run_mode.h"
 #include "test_support.h"
 
@@ -151,6 +153,22 @@ TEST_F(Cursor, FormFeedChangesOnlyPageCounterAndCursor)
     expected.cur_y = 45000;
     pcl_ff();
     EXPECT_EQ(std::memcmp(&expected, &env, sizeof env), 0);
+}
+
+TEST_F(Cursor, OverlayRunsOnTheEndingPageAndItsFormFeedsStopAtTheNestingLimit)
+{
+    mac_start_def(7);
+    for (char c : std::string_view("\f\x1b&f1X"))
+        mac_buf_add(c);
+    mac_end_def();
+    env.macro_id = 7;
+    pcl_macro_ctl(4);
+    pcl_margin_left(10);
+    pcl_ff();  // the overlay's form feed starts the overlay again, once
+    EXPECT_EQ(env.page_serial, 3);
+    EXPECT_EQ(cursor(), (XY{72000, 45000}));
+    EXPECT_EQ((XY{mac_nesting, env.overlay_id}), (XY{0, 7}));
+    mac_reset(3);
 }
 
 TEST_F(Cursor, HostileValuesSaturate)
