@@ -1,5 +1,156 @@
+// PostScript resource files copied into the document setup, and the PDF/A
+// definitions (output intent with the sRGB profile, document title).
 #include "pcl/ps/resources.h"
 
-// Placeholder until the module is implemented.
-void ps_include_resource(char const*) {}
-void ps_pdfa_def() {}
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "common/install_paths.h"
+#include "config_store.h"
+#include "run_mode.h"
+
+namespace {
+
+// Longest resource path accepted; longer ones are refused like a file
+// whose name is too long.
+constexpr size_t kMaxResourcePath = 1023;
+// Lines of a resource's header comments are examined in pieces of this size.
+constexpr size_t kLineBuffer = 8192;
+constexpr size_t kCopyBlock = 8192;
+
+struct FileCloser {
+    void operator()(FILE* f) const { std::fclose(f); }
+};
+using FilePtr = std::unique_ptr<FILE, FileCloser>;
+
+// The directory of resource files: PS.INCLUDE, else the installation's
+// share directory + "/tarvo/ps".
+std::string resource_dir()
+{
+    if (char const* dir = config_get_option("CONFIG", "PS.INCLUDE", nullptr))
+        return dir;
+    return std::string(zx_share_path()) + "/tarvo/ps";
+}
+
+void copy_rest(FILE* in)
+{
+    char block[kCopyBlock];
+    size_t n;
+    while ((n = std::fread(block, 1, sizeof block, in)) > 0)
+        std::fwrite(block, 1, n, outfp);
+}
+
+// Reads up to `cap` bytes, stopping after a newline; returns the count.
+// Unlike fgets it keeps NUL bytes.
+size_t read_piece(FILE* in, char* buf, size_t cap)
+{
+    size_t n = 0;
+    int c;
+    while (n < cap && (c = std::getc(in)) != EOF) {
+        buf[n++] = static_cast<char>(c);
+        if (c == '\n')
+            break;
+    }
+    return n;
+}
+
+// Copies a resource file: its leading comment lines one by one, dropping a
+// "%%Title:" line that would clash with the document's own title; the first
+// line that is not a comment ends that phase, and the rest goes in blocks.
+void copy_resource(FILE* in)
+{
+    char line[kLineBuffer];
+    bool at_line_start = true;
+    bool skipping = false;  // inside a %%Title: line
+    size_t len;
+    while ((len = read_piece(in, line, sizeof line)) > 0) {
+        if (at_line_start) {
+            if (len >= 8 && std::memcmp(line, "%%Title:", 8) == 0) {
+                skipping = true;
+            } else if (line[0] != '%') {
+                std::fwrite(line, 1, len, outfp);
+                break;
+            } else {
+                skipping = false;
+            }
+        }
+        if (!skipping)
+            std::fwrite(line, 1, len, outfp);
+        at_line_start = line[len - 1] == '\n';
+    }
+    copy_rest(in);
+}
+
+}  // namespace
+
+void ps_include_resource(char const* name)
+{
+    if (!outfp)
+        return;
+    bool const wrapped = std::strcmp(name, "barcode") != 0;
+    std::string const path = resource_dir() + "/" + name + ".ps";
+
+    if (wrapped)
+        std::fprintf(outfp, "%%%%BeginResource: %s\n", name);
+    if (path.size() > kMaxResourcePath) {
+        errno = ENAMETOOLONG;
+        std::perror(path.c_str());
+    } else if (FilePtr in{std::fopen(path.c_str(), "rb")}) {
+        copy_resource(in.get());
+    } else {
+        std::perror(path.c_str());
+    }
+    if (wrapped)
+        std::fputs("%%EndResource\n", outfp);
+}
+
+void ps_pdfa_def()
+{
+    if (!outfp)
+        return;
+    if (char const* def = config_get_option("CONFIG", "PS.PDFA_DEF", nullptr)) {
+        std::fprintf(outfp, "\n%%%%BeginResource: %s\n", def);
+        if (FilePtr in{std::fopen(def, "rb")})
+            copy_rest(in.get());
+        else
+            std::perror(def);
+    } else {
+        // The profile is read by Ghostscript when it runs the document. Path
+        // and title go into PostScript strings as they are.
+        std::string const icc = resource_dir() + "/sRGB.icc";
+        std::fprintf(outfp,
+                     "\n"
+                     "%%%%BeginResource: builtin_pdfa_def\n"
+                     "/ICCProfile (%s)\n"
+                     "def\n"
+                     "[ /Title (%s)\n"
+                     "  /DOCINFO pdfmark\n",
+                     icc.c_str(), doc_title ? doc_title : "");
+        std::fputs("[/_objdef {icc_PDFA} /type /stream /OBJ pdfmark\n"
+                   "[{icc_PDFA} <<\n"
+                   "  /N currentpagedevice /ProcessColorModel known {\n"
+                   "    currentpagedevice /ProcessColorModel get dup /DeviceGray eq\n"
+                   "    {pop 1} {\n"
+                   "      /DeviceRGB eq\n"
+                   "      {3}{4} ifelse\n"
+                   "    } ifelse\n"
+                   "  } {\n"
+                   "    (ERROR, unable to determine ProcessColorModel) == flush\n"
+                   "  } ifelse\n"
+                   ">> /PUT pdfmark\n"
+                   "[{icc_PDFA} ICCProfile (r) file /PUT pdfmark\n"
+                   "[/_objdef {OutputIntent_PDFA} /type /dict /OBJ pdfmark\n"
+                   "[{OutputIntent_PDFA} <<\n"
+                   "  /Type /OutputIntent\n"
+                   "  /S /GTS_PDFA1\n"
+                   "  /DestOutputProfile {icc_PDFA}\n"
+                   "  /OutputConditionIdentifier (sRGB IEC61966-2.1)\n"
+                   ">> /PUT pdfmark\n"
+                   "[{Catalog} <</OutputIntents [ {OutputIntent_PDFA} ]>> /PUT pdfmark\n",
+                   outfp);
+    }
+    std::fputs("%%EndResource\n", outfp);
+}
