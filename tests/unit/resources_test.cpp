@@ -169,3 +169,33 @@ TEST_F(Resources, ReplacementPdfaDefinitions)
 }
 
 }  // namespace
+
+namespace {
+
+// The build tree carries share/tarvo/ps like an installation, so the built
+// binary finds the system's barcode library and sRGB profile through
+// ZENTHORAX set to the build directory.
+TEST(ResourcesInBuildTree, BarcodeLibraryAndProfileAreFound)
+{
+    std::string const build_dir =
+        std::string(TARVO_BINARY).substr(0, std::string(TARVO_BINARY).rfind('/'));
+    std::string const share = build_dir + "/share/tarvo/ps";
+    if (read_file("/usr/share/libpostscriptbarcode/barcode.ps").empty())
+        GTEST_SKIP() << "barcode library not installed";
+    EXPECT_EQ(read_file(share + "/barcode.ps"),
+              read_file("/usr/share/libpostscriptbarcode/barcode.ps"));
+    EXPECT_EQ(read_file(share + "/sRGB.icc"), read_file("/usr/share/color/icc/sRGB.icc"));
+
+    config_clear();
+    setenv("ZENTHORAX", build_dir.c_str(), 1);
+    OutputCapture out;
+    std::string const err = capture_stderr([] { ps_include_resource("barcode"); });
+    unsetenv("ZENTHORAX");
+    EXPECT_EQ(err, "");
+    std::string const text = out.str();
+    EXPECT_EQ(text.rfind("%!PS", 0), 0u);
+    EXPECT_EQ(text.find("%%Title:"), std::string::npos);
+    EXPECT_NE(text.find("/code128"), std::string::npos);
+}
+
+}  // namespace
