@@ -1,6 +1,136 @@
 #include "pcl/data_blocks.h"
 
-// Placeholder until the module is implemented.
-void readdesc(int, unsigned) {}
-void readchar(unsigned) {}
-void readps(unsigned) {}
+#include <cstdio>
+#include <string>
+
+#include "pcl/input.h"
+#include "pcl/macros.h"
+#include "pcl/ps/document.h"
+#include "pcl/ps/eps.h"
+#include "pcl/text_buffer.h"
+#include "run_mode.h"
+
+namespace {
+
+constexpr int TRANSPARENT_PRINT = 2;
+constexpr int PS_VERBATIM = 8;
+constexpr std::string_view inband_marker = "%tarvo:";
+
+// Reads and drops up to `count` raw bytes, stopping at end of input.
+void skip_bytes(unsigned count)
+{
+    for (unsigned i = 0; i < count; ++i)
+        if (pcl_getc() < 0)
+            return;
+}
+
+}  // namespace
+
+void readdesc(int kind, unsigned count)
+{
+    // While a macro is recorded the input source copies the block into it;
+    // here it is only consumed.
+    if (in_macro_definition != 0) {
+        skip_bytes(count);
+        return;
+    }
+    switch (kind) {
+    case TRANSPARENT_PRINT:
+        readchar(count);
+        break;
+    case PS_VERBATIM:
+        readps(count);
+        break;
+    default:
+        skip_bytes(count);
+        break;
+    }
+}
+
+void readchar(unsigned count)
+{
+    for (unsigned i = 0; i < count; ++i) {
+        int c = pcl_getc();
+        if (c < 0)
+            break;
+        if (verbose >= 1)
+            std::printf("Char: 0x%02x\n", c);
+        cbuf_add(c);
+    }
+    cbuf_flush(1);
+}
+
+inband_command parse_inband(std::string_view line, std::string_view* arg)
+{
+    *arg = {};
+    if (line.substr(0, inband_marker.size()) != inband_marker)
+        return inband_command::none;
+    std::string_view rest = line.substr(inband_marker.size());
+    std::string_view word = rest;
+    bool has_space = false;
+    if (auto blank = rest.find(' '); blank != std::string_view::npos) {
+        word = rest.substr(0, blank);
+        *arg = rest.substr(blank + 1);
+        has_space = true;
+    }
+    if (word == "pos")
+        return arg->empty() ? inband_command::pos : inband_command::none;
+    if (has_space && !arg->empty()) {
+        if (word == "include")
+            return inband_command::include;
+        if (word == "eps")
+            return inband_command::eps;
+    }
+    *arg = {};
+    return inband_command::none;
+}
+
+void readps(unsigned count)
+{
+    cbuf_flush(1);
+
+    std::string text;
+    text.reserve(count < PS_VERBATIM_MAX ? count : PS_VERBATIM_MAX);
+    for (unsigned i = 0; i < count; ++i) {
+        int c = pcl_getc();
+        if (c < 0)
+            break;
+        if (text.size() < PS_VERBATIM_MAX)
+            text.push_back(static_cast<char>(c));
+    }
+
+    // One line end (LF, CR LF or CR) and then trailing blanks are removed.
+    if (!text.empty() && text.back() == '\n')
+        text.pop_back();
+    if (!text.empty() && text.back() == '\r')
+        text.pop_back();
+    while (!text.empty() && text.back() == ' ')
+        text.pop_back();
+
+    // The block is handled as a C string: an embedded NUL ends it.
+    std::string_view const line(text.c_str());
+    if (verbose >= 1)
+        std::printf("ps: %.*s\n", static_cast<int>(line.size()), line.data());
+    if (!genps)
+        return;
+
+    ps_ensure_output();
+    if (outfp == nullptr)
+        return;
+    std::fprintf(outfp, "%.*s\n", static_cast<int>(line.size()), line.data());
+
+    std::string_view arg;
+    switch (parse_inband(line, &arg)) {
+    case inband_command::pos:
+        ps_setpos();
+        break;
+    case inband_command::include:
+        ps_include_file(std::string(arg).c_str());
+        break;
+    case inband_command::eps:
+        ps_eps_file(std::string(arg).c_str());
+        break;
+    case inband_command::none:
+        break;
+    }
+}
