@@ -1,0 +1,162 @@
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "pcl/data_blocks.h"
+#include "pcl/input.h"
+#include "pcl/macros.h"
+#include "run_mode.h"
+#include "test_support.h"
+
+namespace {
+
+class DataBlocks : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        verbose = 1;
+        debug = 0;
+        genps = 0;
+        in_macro_definition = 0;
+        getchar_func = getc_only;
+        getc_buf_ofs = getc_buf_cnt = 0;
+    }
+    void TearDown() override
+    {
+        verbose = 0;
+        genps = 0;
+        in_macro_definition = 0;
+    }
+
+    // The rest of the input after a call, as raw bytes.
+    static std::string rest()
+    {
+        std::string s;
+        for (int c; (c = pcl_getc()) >= 0;)
+            s.push_back(static_cast<char>(c));
+        return s;
+    }
+};
+
+TEST_F(DataBlocks, SkippedBlocksStopAtTheirCountOrAtEndOfInput)
+{
+    {
+        InputFromString in("abcdef");
+        readdesc(1, 3);
+        EXPECT_EQ(rest(), "def");
+    }
+    {
+        // Look-ahead bytes are consumed before the file.
+        InputFromString in("abc");
+        getc_buf[0] = 'x';
+        getc_buf[1] = 'y';
+        getc_buf_cnt = 2;
+        readdesc(7, 3);
+        EXPECT_EQ(rest(), "bc");
+    }
+    {
+        // The largest count ends at end of input and does not keep reading.
+        InputFromString in("abc");
+        readdesc(5, 4294967295u);
+        EXPECT_EQ(rest(), "");
+    }
+    {
+        // While a macro is recorded, even text and verbatim data are skipped
+        // without trace.
+        InputFromString in("ABCD%tarvo:pos");
+        in_macro_definition = 1;
+        std::string out = capture_stdout([] {
+            readdesc(2, 2);
+            readdesc(8, 2);
+        });
+        EXPECT_EQ(out, "");
+        EXPECT_EQ(rest(), "%tarvo:pos");
+    }
+}
+
+TEST_F(DataBlocks, TransparentPrintTracesEveryByte)
+{
+    InputFromString in("AB\rCD\x1b" "E");
+    EXPECT_EQ(capture_stdout([] { readdesc(2, 5); }),
+              "Char: 0x41\nChar: 0x42\nChar: 0x0d\nChar: 0x43\nChar: 0x44\n");
+    EXPECT_EQ(capture_stdout([] { readchar(0); }), "");
+    EXPECT_EQ(capture_stdout([] { readchar(100); }), "Char: 0x1b\nChar: 0x45\n");
+}
+
+TEST_F(DataBlocks, VerbatimTrimmingAndTrace)
+{
+    struct {
+        std::string data;
+        std::string trace;
+    } const cases[] = {
+        {"abc  \r\n", "ps: abc\n"},
+        {"abc\n\n", "ps: abc\n\n"},  // only one line end is removed
+        {"ab\r\r", "ps: ab\r\n"},
+        {"x \r", "ps: x\n"},
+        {" \r\n", "ps: \n"},
+        {"ab\n \n", "ps: ab\n\n"},  // the blank before the last LF goes too
+        {"", "ps: \n"},
+        {std::string("ab\0cd", 5), "ps: ab\n"},
+    };
+    for (auto const& c : cases) {
+        InputFromString in(c.data + "Z");
+        OutputCapture out;
+        unsigned const n = static_cast<unsigned>(c.data.size());
+        EXPECT_EQ(capture_stdout([n] { readdesc(8, n); }), c.trace) << c.data;
+        EXPECT_EQ(out.str(), "") << "analysis mode writes nothing";
+        EXPECT_EQ(rest(), "Z");
+    }
+}
+
+TEST_F(DataBlocks, VerbatimWritesOneLineKeepingTheFirst8192Bytes)
+{
+    genps = 1;
+    verbose = 0;
+    std::string big(10000, 'q');
+    big[8191] = 'e';
+    big[8192] = 'X';
+    InputFromString in(big + "Z");
+    OutputCapture out;
+    readps(10000);
+    std::string written = out.str();
+    ASSERT_GE(written.size(), 8193u);
+    EXPECT_EQ(written.substr(written.size() - 8193), std::string(8191, 'q') + "e\n");
+    EXPECT_EQ(rest(), "Z");
+}
+
+TEST_F(DataBlocks, VerbatimLinesEndAtAnEmbeddedNul)
+{
+    genps = 1;
+    InputFromString in(std::string("%!x\0yz\r\n\n", 9));
+    OutputCapture out;
+    EXPECT_EQ(capture_stdout([] { readps(8); }), "ps: %!x\n");
+    std::string const written = out.str();
+    ASSERT_GE(written.size(), 4u);
+    EXPECT_EQ(written.substr(written.size() - 4), "%!x\n");
+    EXPECT_EQ(rest(), "\n");
+}
+
+TEST_F(DataBlocks, InBandCommandSyntax)
+{
+    std::string_view arg;
+    EXPECT_EQ(parse_inband("%tarvo:pos", &arg), inband_command::pos);
+    EXPECT_EQ(parse_inband("%tarvo:pos x", &arg), inband_command::none);
+    EXPECT_EQ(parse_inband("%tarvo:position", &arg), inband_command::none);
+    EXPECT_EQ(parse_inband("%tarvo:x", &arg), inband_command::none);
+    EXPECT_EQ(parse_inband("%TARVO:pos", &arg), inband_command::none);
+    EXPECT_EQ(parse_inband(" %tarvo:pos", &arg), inband_command::none);
+    EXPECT_EQ(parse_inband("%tarvo: pos", &arg), inband_command::none);
+    EXPECT_EQ(parse_inband("%tarvo:", &arg), inband_command::none);
+    EXPECT_EQ(parse_inband("%tarv", &arg), inband_command::none);
+
+    EXPECT_EQ(parse_inband("%tarvo:eps /tmp/logo.eps", &arg), inband_command::eps);
+    EXPECT_EQ(arg, "/tmp/logo.eps");
+    EXPECT_EQ(parse_inband("%tarvo:include  a b\"c", &arg), inband_command::include);
+    EXPECT_EQ(arg, " a b\"c");  // verbatim after the first space
+    EXPECT_EQ(parse_inband("%tarvo:include", &arg), inband_command::none);
+    EXPECT_EQ(parse_inband("%tarvo:eps ", &arg), inband_command::none);
+    EXPECT_EQ(parse_inband("%tarvo:Eps x", &arg), inband_command::none);
+    EXPECT_EQ(arg, "");
+}
+
+}  // namespace
