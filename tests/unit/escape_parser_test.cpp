@@ -1,4 +1,6 @@
 #include <cmath>
+#include <cstdlib>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -45,13 +47,17 @@ private:
     }
     static pcl_handler record_for(char const* key)
     {
-        static pcl_handler const fns[] = {record<0>, record<1>, record<2>, record<3>,
-                                          record<4>, record<5>, record<6>, record<7>};
+        static pcl_handler const fns[] = {record<0>,  record<1>,  record<2>,  record<3>,
+                                          record<4>,  record<5>,  record<6>,  record<7>,
+                                          record<8>,  record<9>,  record<10>, record<11>,
+                                          record<12>, record<13>, record<14>, record<15>};
         auto& k = keys();
         for (size_t i = 0; i < k.size(); ++i)
             if (k[i] == key)
                 return fns[i];
         k.push_back(key);
+        if (k.size() > std::size(fns))
+            std::abort();
         return fns[k.size() - 1];
     }
     pcl_cmd* row_;
@@ -98,6 +104,7 @@ TEST_F(EscapeParser, GroupsTracesAndValueNames)
     EXPECT_EQ(calls[1].key, "&lA");
     EXPECT_EQ(calls[1].value, 2.0);
 
+    Recorder k("&kS"), st("(sS");
     // Names: negative values take the first, values past the end print the number.
     EXPECT_EQ(run("\x1b&l-1O\x1b&l7O\x1b&l3.9O"),
               "<ESC>&l-1O -> Orientation: Portrait\n"
