@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include "pcl/command_table.h"
+#include "pcl/environment.h"
+#include "pcl/fonts.h"
 #include "pcl/escape_parser.h"
 #include "pcl/input.h"
 #include "pcl/macros.h"
@@ -69,9 +71,11 @@ protected:
     void SetUp() override
     {
         hash_setup();
-        verbose = 1;
+        verbose = 0;
         debug = 0;
         genps = 0;
+        pcl_init();
+        verbose = 1;
         in_macro_definition = 0;
         getchar_func = getc_only;
         getc_buf_ofs = getc_buf_cnt = 0;
@@ -196,10 +200,19 @@ TEST_F(EscapeParser, InterruptedRunsUseConstantStack)
 
 TEST_F(EscapeParser, TwoCharacterEscapes)
 {
+    env.left_margin = 7200;
+    env.right_margin = 36000;
+    int32_t const y = env.cur_y;
     EXPECT_EQ(run("\x1bz\x1bY\x1bZ\x1b="),
               "<ESC>z -> Self test\n<ESC>Y -> Display functions on\n"
               "<ESC>Z -> Display functions off\n<ESC>= -> Half linefeed\n");
-    EXPECT_EQ(run("\x1b" "9\x1b" "E"), "<ESC>9 -> Clear Margins\n<ESC>E -> Reset\n");
+    EXPECT_EQ(env.cur_y, y + env.vmi / 2);
+    EXPECT_EQ(run("\x1b" "9"), "<ESC>9 -> Clear Margins\n");
+    EXPECT_EQ(env.left_margin, 0);
+    EXPECT_EQ(env.right_margin, env.page_width);
+    env.cur_x = 12345;
+    EXPECT_EQ(run("\x1b" "E"), "<ESC>E -> Reset\n");
+    EXPECT_EQ(env.cur_x, default_env.cur_x);
 }
 
 TEST_F(EscapeParser, FontAndSymbolSetForms)
@@ -213,6 +226,8 @@ TEST_F(EscapeParser, FontAndSymbolSetForms)
               "<ESC>(3@ -> Primary font value 3\n"
               "<ESC>)5X -> Secondary font 5\n"
               "<ESC>)7@ -> Secondary font value 7\n");
+    EXPECT_EQ(font[0].symset, 277);
+    EXPECT_EQ(font[1].symset, 14);
     EXPECT_EQ(run("\x1b(8#\x1b)12!"), "Unknown: <ESC>(8#\nUnknown: <ESC>)12!\n");
     // ESC ) X is a parameterized sequence with group character X.
     EXPECT_EQ(run("\x1b)X3Q"), "Unknown: <ESC>)X3Q\n");
@@ -259,10 +274,17 @@ TEST_F(EscapeParser, DataBlocksFollowTheirCommands)
 TEST_F(EscapeParser, MacroDefinitionPrefixRule)
 {
     Recorder o("&lO"), f("&fX");
+    env.left_margin = 7200;
+    int32_t const y = env.cur_y;
+    int32_t const symset = font[0].symset;
     in_macro_definition = 1;
     EXPECT_EQ(run("\x1b&l1O\x1b(8U\x1b%1A\x1b(3@\x1b" "9"),
               "<ESC>(3@ -> Primary font value 3\n<ESC>9 -> Clear Margins\n");
     EXPECT_TRUE(calls.empty());
+    run("\x1b=\x1b(0N");
+    EXPECT_EQ(env.left_margin, 7200);
+    EXPECT_EQ(env.cur_y, y);
+    EXPECT_EQ(font[0].symset, symset);
     verbose = 2;
     EXPECT_EQ(run("\x1b&l1O\x1b(8U\x1b)2X\x1b%1A\x1b&l5Y"),
               " <ESC>&l1O -> Orientation: Landscape\n"
