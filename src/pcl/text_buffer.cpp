@@ -1,12 +1,91 @@
 #include "pcl/text_buffer.h"
 
-// Placeholder until the module is implemented.
+#include <cstdio>
+
+#include "common/numeric.h"
+#include "pcl/environment.h"
+#include "pcl/fonts.h"
+#include "pcl/ps/text_emitter.h"
+#include "run_mode.h"
+#include "symbol_sets.h"
+
 uint16_t c_buf[CBUF_SIZE];
 uint16_t* c_buf_p = c_buf;
 int c_buf_len;
 int c_buf_curX;
 int c_buf_ul;
 
-void cbuf_init() {}
-void cbuf_add(int) {}
-void cbuf_flush(int) {}
+void cbuf_init()
+{
+    c_buf_p = c_buf;
+    c_buf_len = 0;
+}
+
+void cbuf_add(int ch)
+{
+    if (c_buf_len >= CBUF_SIZE)
+        cbuf_flush(0);
+
+    // font_sel is 0 (primary) or 1 (secondary); anything else reads the
+    // primary entry rather than memory outside the pair.
+    pcl_font const& f = font[env.font_sel == 1 ? 1 : 0];
+    uint16_t const code = static_cast<uint16_t>(cv_symset(f.symset, ch));
+
+    if (c_buf_len == 0) {
+        c_buf_curX = env.cur_x;
+        c_buf_ul = env.underline;
+    }
+    *c_buf_p++ = code;
+    ++c_buf_len;
+
+    // Every character advances by the same HMI; the PostScript side places
+    // the glyphs of a run by the font's own widths.
+    env.cur_x = sat_add(env.cur_x, env.hmi);
+}
+
+namespace {
+
+// The analysis trace of a run: Char (n) "text" with non-printable code
+// points as \x escapes. Built in one buffer and written at once.
+void trace_run()
+{
+    // Worst case per code point: "\xffff" (6 bytes).
+    char line[32 + CBUF_SIZE * 6 + 4];
+    int len = std::snprintf(line, 32, "Char (%d) \"", c_buf_len);
+    static constexpr char hex[] = "0123456789abcdef";
+    for (int i = 0; i < c_buf_len; ++i) {
+        unsigned const c = c_buf[i];
+        if (c >= 32 && c <= 126) {
+            line[len++] = static_cast<char>(c);
+            continue;
+        }
+        line[len++] = '\\';
+        line[len++] = 'x';
+        if (c > 0xfff)
+            line[len++] = hex[(c >> 12) & 0xf];
+        if (c > 0xff)
+            line[len++] = hex[(c >> 8) & 0xf];
+        line[len++] = hex[(c >> 4) & 0xf];
+        line[len++] = hex[c & 0xf];
+    }
+    line[len++] = '"';
+    line[len++] = '\n';
+    std::fwrite(line, 1, static_cast<size_t>(len), stdout);
+}
+
+}  // namespace
+
+void cbuf_flush(int /*reason*/)
+{
+    if (c_buf_len == 0)
+        return;
+
+    env.page_dirty = 1;
+    if (genps)
+        ps_flush(c_buf, c_buf_len);
+    else if (verbose)
+        trace_run();
+
+    c_buf_p = c_buf;
+    c_buf_len = 0;
+}

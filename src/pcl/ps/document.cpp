@@ -1,6 +1,21 @@
 #include "pcl/ps/document.h"
 
-// Placeholder until the module is implemented.
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <memory>
+
+#include "config_store.h"
+#include "ghostscript.h"
+#include "pcl/environment.h"
+#include "pcl/ps/overlays.h"
+#include "pcl/ps/resources.h"
+#include "pcl/ps/text_emitter.h"
+#include "run_mode.h"
+
 int ps_mode;
 int ps_page_counter;
 int last_page;
@@ -21,14 +36,408 @@ std::vector<std::string> used_font_list;
 int ps_barcode;
 int ps_overlay_mode = 1;
 
-void ps_set_mode(int mode) { ps_mode = mode; }
-void ps_init() {}
-void ps_sync_page() {}
-void ps_ensure_output() {}
-void ps_page_header(int) {}
-void ps_page_trailer() {}
-void ps_rotate_page(int) {}
-void ps_endemit() {}
-void ps_setpos() {}
-void ps_exit(char const*) {}
-void ps_document_reset() {}
+namespace {
+
+// The procedures every page relies on: font reencoding, the short names for
+// moveto/show/glyphshow, and underlined show.
+constexpr char kProlog[] = R"PS(
+%%BeginProlog
+/reencode_font {
+  findfont reencode 2 copy definefont exch pop def
+} bind def
+/M { moveto } def
+/S { show } def
+/GS { glyphshow } def
+
+/ushow {
+  gsave
+  exch 0 exch rmoveto
+  dup stringwidth rlineto
+  exch setlinewidth stroke
+  grestore
+  show
+} bind def
+/U { ushow } def
+
+% reencode the font
+% <encoding-vector> <fontdict> -> <newfontdict>
+/reencode {
+  dup length 5 add dict begin
+    { %forall
+      1 index /FID ne
+      { def }{ pop pop } ifelse
+    } forall
+    /Encoding exch def
+
+    % Use the font's bounding box to determine the ascent, descent,
+    % and overall height; don't forget that these values have to be
+    % transformed using the font's matrix.
+    % We use `load' because sometimes BBox is executable, sometimes not.
+    % Since we need 4 numbers an not an array avoid BBox from being executed
+    /FontBBox load aload pop
+    FontMatrix transform /Ascent exch def pop
+    FontMatrix transform /Descent exch def pop
+    /FontHeight Ascent Descent sub def
+
+    % Define these in case they're not in the FontInfo (also, here
+    % they're easier to get to.
+    /UnderlinePosition 1 def
+    /UnderlineThickness 1 def
+
+    % Get the underline position and thickness if they're defined.
+    currentdict /FontInfo known {
+      FontInfo
+
+      dup /UnderlinePosition known {
+        dup /UnderlinePosition get
+        0 exch FontMatrix transform exch pop
+        /UnderlinePosition exch def
+      } if
+
+      dup /UnderlineThickness known {
+        /UnderlineThickness get
+        0 exch FontMatrix transform exch pop
+        /UnderlineThickness exch def
+      } if
+
+    } if
+    currentdict
+  end
+} bind def
+%%EndProlog
+)PS";
+
+// Internal lengths (1/72000 inch) to PostScript points, multiplied before
+// dividing so the result matches the documented arithmetic exactly.
+double to_points(int64_t v)
+{
+    return static_cast<double>(v) * 72.0 / 72000.0;
+}
+
+// A configured decimal integer, read like strtol but kept inside int.
+int config_int(char const* text)
+{
+    long const v = std::strtol(text, nullptr, 10);
+    if (v > INT_MAX)
+        return INT_MAX;
+    if (v < INT_MIN)
+        return INT_MIN;
+    return static_cast<int>(v);
+}
+
+// The creation date. SOURCE_DATE_EPOCH, when it holds a plain number of
+// seconds, replaces the current time (reproducible output) and is shown in
+// UTC; otherwise the local time is used. An unusable time leaves the buffer
+// empty.
+void format_creation_date(char (&buf)[65])
+{
+    buf[0] = '\0';
+    std::tm parts{};
+    bool have = false;
+    char const* epoch = std::getenv("SOURCE_DATE_EPOCH");
+    if (epoch && *epoch) {
+        errno = 0;
+        char* end = nullptr;
+        long long const secs = std::strtoll(epoch, &end, 10);
+        if (errno == 0 && end && *end == '\0' && secs >= 0) {
+            std::time_t const t = static_cast<std::time_t>(secs);
+            have = gmtime_r(&t, &parts) != nullptr;
+        }
+    }
+    if (!have) {
+        std::time_t const now = std::time(nullptr);
+        if (now == static_cast<std::time_t>(-1) || !localtime_r(&now, &parts))
+            return;
+    }
+    if (std::strftime(buf, sizeof buf, "%Y-%m-%d %H:%M:%S", &parts) == 0)
+        buf[0] = '\0';
+}
+
+bool is_blank(char c)
+{
+    return c == ' ' || c == '\t';
+}
+
+// CONFIG item INCLUDE: a comma-separated list of resource names. Every name
+// but the last loses its surrounding blanks and is cut to 255 characters;
+// the last one only loses its leading blanks.
+void include_configured_resources(char const* list)
+{
+    constexpr size_t kMaxName = 255;
+    char const* p = list;
+    for (;;) {
+        while (is_blank(*p))
+            ++p;
+        char const* comma = std::strchr(p, ',');
+        if (!comma) {
+            ps_include_resource(p);
+            return;
+        }
+        char const* end = comma;
+        while (end > p && is_blank(end[-1]))
+            --end;
+        size_t len = static_cast<size_t>(end - p);
+        if (len > kMaxName)
+            len = kMaxName;
+        std::string const name(p, len);
+        ps_include_resource(name.c_str());
+        p = comma + 1;
+    }
+}
+
+void write_line(char const* text)
+{
+    std::fputs(text, outfp);
+    std::fputc('\n', outfp);
+}
+
+}  // namespace
+
+void ps_set_mode(int mode)
+{
+    ps_mode = mode;
+}
+
+void ps_init()
+{
+    if (!outfp)
+        gs_run();
+    if (!outfp) {
+        // gs_run reports and exits when the pipe cannot be opened; this only
+        // guards against writing to a stream that does not exist.
+        std::fprintf(stderr, "%s: no output stream\n", progname);
+        std::exit(1);
+    }
+
+    char date[65];
+    format_creation_date(date);
+
+    ps_landscape = env.orientation & 1;
+    write_line("%!PS-Adobe-3.0");
+    write_line("%%BoundingBox: (atend)");
+    if (doc_title)
+        std::fprintf(outfp, "%%%%Title: %s\n", doc_title);
+    write_line(ps_landscape ? "%%Orientation: Landscape" : "%%Orientation: Portrait");
+    write_line("%%Pages: (atend)");
+    write_line("%%PageOrder: Ascend");
+    write_line("%%DocumentFonts: (atend)");
+    write_line("%%Creator: tarvo A.01.00.00");
+    if (date[0])
+        std::fprintf(outfp, "%%%%CreationDate: %s\n", date);
+    write_line("%%DocumentData: Clean7Bit");
+    write_line("%%EndComments");
+
+    if (ps_mode >= 2)
+        ps_pdfa_def();
+
+    std::fputs(kProlog, outfp);
+
+    write_line("");
+    write_line("%%BeginSetup");
+    if (char const* v = config_get_option("CONFIG", "BARCODE", nullptr))
+        ps_barcode = config_int(v);
+    if (ps_barcode)
+        ps_include_resource("barcode");
+    if (char const* v = config_get_option("CONFIG", "INCLUDE", nullptr))
+        include_configured_resources(v);
+    write_line("%%EndSetup");
+
+    if (char const* v = config_get_option("CONFIG", "OVERLAY", nullptr))
+        ps_overlay_mode = config_int(v);
+
+    ps_page_header(1);
+}
+
+void ps_sync_page()
+{
+    if (ps_page_counter == 0) {
+        ps_init();
+    } else if (env.page_serial != last_page) {
+        ps_page_trailer();
+        ps_page_header(0);
+    }
+    last_page = env.page_serial;
+}
+
+void ps_ensure_output()
+{
+    if (ps_page_counter != 0)
+        return;
+    ps_init();
+    last_page = env.page_serial;
+}
+
+void ps_page_header(int first)
+{
+    std::fputc('\n', outfp);
+
+    int const orientation = env.orientation;
+    bool const sideways = orientation == 1 || orientation == 3;
+    ps_paper_width = to_points(env.paper_width);
+    ps_paper_height = to_points(env.paper_height);
+    ps_bb_width = sideways ? ps_paper_height : ps_paper_width;
+    ps_bb_height = sideways ? ps_paper_width : ps_paper_height;
+    ps_origin_x = to_points(env.page_xofs);
+    ps_page_origin_y = to_points(static_cast<int64_t>(env.paper_height) - env.page_yofs);
+    ps_origin_y = ps_page_origin_y;
+    ps_page_origin_width = to_points(static_cast<int64_t>(env.paper_width) - env.page_xofs);
+
+    if (ps_page_counter < INT_MAX)
+        ++ps_page_counter;
+    std::fprintf(outfp, "%%%%Page: %d %d\n", ps_page_counter, ps_page_counter);
+
+    int const landscape = orientation & 1;
+    if (landscape != ps_landscape)
+        write_line(landscape ? "%%PageOrientation: Landscape" : "%%PageOrientation: Portrait");
+
+    if (first == 1) {
+        ps_bb_width_1 = ps_bb_width;
+        ps_bb_height_1 = ps_bb_height;
+    } else if (ps_bb_width != ps_bb_width_1 || ps_bb_height != ps_bb_height_1) {
+        std::fprintf(outfp, "%%%%PageBoundingBox: %g %g %g %g\n", 0.0, 0.0, ps_bb_width, ps_bb_height);
+    }
+
+    switch (orientation) {
+    case 1: ps_page_rotate = 90; break;
+    case 2: ps_page_rotate = 180; break;
+    case 3: ps_page_rotate = 270; break;
+    default: ps_page_rotate = 0; break;
+    }
+    ps_last_rotate = 0;
+    ps_rotate_page(ps_page_rotate);
+
+    characteristic = 0;
+    ps_tray = env.paper_source;
+    // showpage resets the graphics state to black, so the text colour must
+    // be written again on the new page when it is not black.
+    ps_last_color = 0;
+
+    if (ps_overlay_mode & 1)
+        ps_overlay();
+}
+
+void ps_page_trailer()
+{
+    ps_endemit();
+    if (ps_overlay_mode & 2) {
+        ps_rotate_page(ps_page_rotate);
+        ps_overlay();
+    }
+    std::fprintf(outfp, "%%%%EndPage: %d %d\nshowpage\n", ps_page_counter, ps_page_counter);
+}
+
+void ps_rotate_page(int angle)
+{
+    if (angle == ps_last_rotate)
+        return;
+
+    double const w = ps_paper_width;
+    double const h = ps_paper_height;
+    if (ps_last_rotate != 0) {
+        double tx = 0.0;
+        double ty = 0.0;
+        switch (ps_last_rotate) {
+        case 90: ty = h; break;
+        case 180: tx = w; ty = h; break;
+        case 270: tx = w; break;
+        default: break;
+        }
+        std::fprintf(outfp, "%g %g translate %d rotate\n", tx, ty, -ps_last_rotate);
+    }
+    if (angle != 0) {
+        double tx = 0.0;
+        double ty = 0.0;
+        switch (angle) {
+        case 90: ty = -h; break;
+        case 180: tx = -w; ty = -h; break;
+        case 270: tx = -w; break;
+        default: break;
+        }
+        std::fprintf(outfp, "%d rotate %g %g translate\n", angle, tx, ty);
+    }
+    ps_last_rotate = angle;
+    env.pos_changed = 1;
+
+    bool const page_sideways = ps_page_rotate == 90 || ps_page_rotate == 270;
+    if (angle == 90 || angle == 270)
+        ps_origin_y = page_sideways ? ps_page_origin_y : ps_page_origin_width;
+    else
+        ps_origin_y = page_sideways ? ps_page_origin_width : ps_page_origin_y;
+}
+
+void ps_endemit()
+{
+    if (emitting == 2)
+        std::fputs(")U\n", outfp);
+    else if (emitting == 1)
+        std::fputs(")S\n", outfp);
+    emitting = 0;
+}
+
+void ps_setpos()
+{
+    std::fprintf(outfp, "%g %g M\n", to_points(env.cur_x) + ps_origin_x, ps_origin_y - to_points(env.cur_y));
+}
+
+void ps_exit(char const* marks_path)
+{
+    if (ps_page_counter == 0)
+        return;
+
+    ps_page_trailer();
+    write_line("%%Trailer");
+    std::fprintf(outfp, "%%%%BoundingBox: %.0f %.0f %.0f %.0f\n", 0.0, 0.0, ps_bb_width_1 + 0.4,
+                 ps_bb_height_1 + 0.4);
+    std::fprintf(outfp, "%%%%Pages: %d\n", ps_page_counter);
+    for (size_t i = 0; i < used_font_list.size(); ++i) {
+        std::string const& name = used_font_list[i];
+        if (i == 0) {
+            std::fprintf(outfp, "%%%%DocumentFonts: %s\n", name.c_str());
+            continue;
+        }
+        bool seen = false;
+        for (size_t j = 0; j < i && !seen; ++j)
+            seen = used_font_list[j] == name;
+        if (!seen)
+            std::fprintf(outfp, "%%%%+ %s\n", name.c_str());
+    }
+    write_line("%%EOF");
+
+    if (marks_path) {
+        std::unique_ptr<FILE, int (*)(FILE*)> marks(std::fopen(marks_path, "r"), &std::fclose);
+        if (!marks) {
+            std::perror(marks_path);
+            std::fflush(outfp);
+            return;
+        }
+        std::fprintf(outfp, "\n%% Begin %s\n", marks_path);
+        char chunk[256];
+        while (std::fgets(chunk, sizeof chunk, marks.get()))
+            std::fputs(chunk, outfp);
+        write_line("% End");
+    }
+    std::fflush(outfp);
+}
+
+void ps_document_reset()
+{
+    ps_mode = 0;
+    ps_page_counter = 0;
+    last_page = 0;
+    ps_landscape = 0;
+    ps_paper_width = ps_paper_height = 0.0;
+    ps_bb_width = ps_bb_height = 0.0;
+    ps_bb_width_1 = ps_bb_height_1 = 0.0;
+    ps_origin_x = ps_origin_y = 0.0;
+    ps_page_origin_y = ps_page_origin_width = 0.0;
+    ps_page_rotate = 0;
+    ps_last_rotate = 0;
+    ps_tray = 0;
+    emitting = 0;
+    characteristic = 0;
+    used_font_list.clear();
+    ps_barcode = 0;
+    ps_overlay_mode = 1;
+    ps_font_enc = 0;
+    ps_last_color = 0;
+}
