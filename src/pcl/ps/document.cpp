@@ -158,33 +158,6 @@ bool is_blank(char c)
     return c == ' ' || c == '\t';
 }
 
-// CONFIG item INCLUDE: a comma-separated list of resource names. Every name
-// but the last loses its surrounding blanks and is cut to 255 characters;
-// the last one only loses its leading blanks.
-void include_configured_resources(char const* list)
-{
-    constexpr size_t kMaxName = 255;
-    char const* p = list;
-    for (;;) {
-        while (is_blank(*p))
-            ++p;
-        char const* comma = std::strchr(p, ',');
-        if (!comma) {
-            ps_include_resource(p);
-            return;
-        }
-        char const* end = comma;
-        while (end > p && is_blank(end[-1]))
-            --end;
-        size_t len = static_cast<size_t>(end - p);
-        if (len > kMaxName)
-            len = kMaxName;
-        std::string const name(p, len);
-        ps_include_resource(name.c_str());
-        p = comma + 1;
-    }
-}
-
 void write_line(char const* text)
 {
     std::fputs(text, outfp);
@@ -192,6 +165,33 @@ void write_line(char const* text)
 }
 
 }  // namespace
+
+// CONFIG item INCLUDE: a comma-separated list of resource names. Every name
+// but the last loses its surrounding blanks and is cut to 255 characters;
+// the last one only loses its leading blanks. Empty names are kept.
+std::vector<std::string> ps_include_names(char const* list)
+{
+    constexpr size_t kMaxName = 255;
+    std::vector<std::string> names;
+    char const* p = list;
+    for (;;) {
+        while (is_blank(*p))
+            ++p;
+        char const* comma = std::strchr(p, ',');
+        if (!comma) {
+            names.emplace_back(p);
+            return names;
+        }
+        char const* end = comma;
+        while (end > p && is_blank(end[-1]))
+            --end;
+        size_t len = static_cast<size_t>(end - p);
+        if (len > kMaxName)
+            len = kMaxName;
+        names.emplace_back(p, len);
+        p = comma + 1;
+    }
+}
 
 void ps_set_mode(int mode)
 {
@@ -239,7 +239,8 @@ void ps_init()
     if (ps_barcode)
         ps_include_resource("barcode");
     if (char const* v = config_get_option("CONFIG", "INCLUDE", nullptr))
-        include_configured_resources(v);
+        for (std::string const& name : ps_include_names(v))
+            ps_include_resource(name.c_str());
     write_line("%%EndSetup");
 
     if (char const* v = config_get_option("CONFIG", "OVERLAY", nullptr))

@@ -39,5 +39,7 @@ void ps_rotate_page(int angle);
 void ps_endemit();
 void ps_setpos();
 void ps_exit(char const* marks_path);
+// The resource names of the CONFIG item INCLUDE, in list order.
+std::vector<std::string> ps_include_names(char const* list);
 // Returns the document module to its start-up state; used by tests.
 void ps_document_reset();

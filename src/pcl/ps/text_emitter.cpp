@@ -10,9 +10,9 @@
 #include "pcl/environment.h"
 #include "pcl/fonts.h"
 #include "pcl/glyph_map.h"
-#include "pcl/text_buffer.h"
 #include "pcl/ps/barcodes.h"
 #include "pcl/ps/document.h"
+#include "pcl/text_buffer.h"
 #include "run_mode.h"
 
 int ps_font_enc;
