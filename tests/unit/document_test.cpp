@@ -232,9 +232,15 @@ TEST_F(Document, PagesOpenOnlyForMarks)
 
 TEST_F(Document, EnsureOutputStartsDocumentWithoutChangingPages)
 {
+    // Without any output stream nothing starts and nothing is written.
+    ASSERT_EQ(outfp, nullptr);
+    text_at("lost", 0, 0);
+    EXPECT_FALSE(ps_ensure_output());
+    EXPECT_EQ(ps_page_counter, 0);
+
     OutputCapture out;
     env.page_serial = 3;
-    ps_ensure_output();
+    EXPECT_TRUE(ps_ensure_output());
     EXPECT_EQ(ps_page_counter, 1);
     EXPECT_EQ(last_page, 3);
     ps_ensure_output();

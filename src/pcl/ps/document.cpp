@@ -202,12 +202,11 @@ void ps_init()
 {
     if (!outfp)
         gs_run();
-    if (!outfp) {
-        // gs_run reports and exits when the pipe cannot be opened; this only
-        // guards against writing to a stream that does not exist.
-        std::fprintf(stderr, "%s: no output stream\n", progname);
-        std::exit(1);
-    }
+    // gs_run reports and exits when the pipe cannot be opened, so a missing
+    // stream only happens when the converter is driven without output (as
+    // in tests); then the document is not started and nothing is written.
+    if (!outfp)
+        return;
 
     char date[65];
     format_creation_date(date);
@@ -249,23 +248,29 @@ void ps_init()
     ps_page_header(1);
 }
 
-void ps_sync_page()
+bool ps_sync_page()
 {
     if (ps_page_counter == 0) {
         ps_init();
+        if (ps_page_counter == 0)
+            return false;
     } else if (env.page_serial != last_page) {
         ps_page_trailer();
         ps_page_header(0);
     }
     last_page = env.page_serial;
+    return true;
 }
 
-void ps_ensure_output()
+bool ps_ensure_output()
 {
     if (ps_page_counter != 0)
-        return;
+        return true;
     ps_init();
+    if (ps_page_counter == 0)
+        return false;
     last_page = env.page_serial;
+    return true;
 }
 
 void ps_page_header(int first)
@@ -377,6 +382,8 @@ void ps_endemit()
 
 void ps_setpos()
 {
+    if (!outfp)
+        return;
     std::fprintf(outfp, "%g %g M\n", to_points(env.cur_x) + ps_origin_x, ps_origin_y - to_points(env.cur_y));
 }
 

@@ -29,10 +29,12 @@ extern int ps_overlay_mode;
 void ps_set_mode(int mode);
 void ps_init();
 // Starts the document or moves to a new page before a mark is written.
-void ps_sync_page();
+// Returns false (and writes nothing) when there is no output stream.
+bool ps_sync_page();
 // Makes sure the output stream exists (starts the document if needed);
-// used before verbatim data and inclusions are written.
-void ps_ensure_output();
+// used before verbatim data and inclusions are written. Returns false when
+// there is no output stream to write to.
+bool ps_ensure_output();
 void ps_page_header(int first);
 void ps_page_trailer();
 void ps_rotate_page(int angle);

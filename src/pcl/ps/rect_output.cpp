@@ -42,7 +42,8 @@ void write_fill_color(uint32_t color, int percent)
 
 void ps_rect_fill(int width, int height, int percent)
 {
-    ps_sync_page();
+    if (!ps_sync_page())
+        return;
 
     // The page model passes 0..100; anything else is held to that range so
     // the colour stays a valid level.

@@ -278,7 +278,8 @@ inline void out_code(unsigned c)
 
 void ps_flush(uint16_t const* codes, int count)
 {
-    ps_sync_page();
+    if (!ps_sync_page())
+        return;
 
     if (env.font_serial != characteristic)
         select_font();
