@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "config_store.h"
+#include "ghostscript.h"
 #include "pcl/environment.h"
 #include "pcl/fonts.h"
 #include "pcl/ps/document.h"
@@ -232,12 +233,6 @@ TEST_F(Document, PagesOpenOnlyForMarks)
 
 TEST_F(Document, EnsureOutputStartsDocumentWithoutChangingPages)
 {
-    // Without any output stream nothing starts and nothing is written.
-    ASSERT_EQ(outfp, nullptr);
-    text_at("lost", 0, 0);
-    EXPECT_FALSE(ps_ensure_output());
-    EXPECT_EQ(ps_page_counter, 0);
-
     OutputCapture out;
     env.page_serial = 3;
     EXPECT_TRUE(ps_ensure_output());
@@ -248,6 +243,21 @@ TEST_F(Document, EnsureOutputStartsDocumentWithoutChangingPages)
     EXPECT_EQ(ps_page_counter, 1);
     EXPECT_EQ(out.str().find("%!PS-Adobe-3.0"), 0u);
     EXPECT_EQ(out.str().find("%!PS-Adobe-3.0", 1), std::string::npos);
+}
+
+TEST_F(Document, MissingStreamStartsTheInterpreterPipe)
+{
+    TempDir dir;
+    std::string const target = dir.path() + "/doc.ps";
+    gs_cmd = "cat > '" + target + "'";
+    ASSERT_EQ(outfp, nullptr);
+    text_at("piped", 0, 28800);
+    ps_exit(nullptr);
+    EXPECT_EQ(gs_close(), 0);
+    std::string const doc = read_file(target);
+    EXPECT_EQ(doc.rfind("%!PS-Adobe-3.0\n", 0), 0u);
+    EXPECT_NE(doc.find("(piped)S\n"), std::string::npos);
+    gs_cmd.clear();
 }
 
 TEST_F(Document, LandscapeAndRotations)
