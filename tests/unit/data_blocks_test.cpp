@@ -78,9 +78,9 @@ TEST_F(DataBlocks, TransparentPrintTracesEveryByte)
 {
     InputFromString in("AB\rCD\x1b" "E");
     EXPECT_EQ(capture_stdout([] { readdesc(2, 5); }),
-              "Char: 0x41\nChar: 0x42\nChar: 0x0d\nChar: 0x43\nChar: 0x44\n");
+              "Char: 0x41\nChar: 0x42\nChar: 0x0d\nChar: 0x43\nChar: 0x44\nChar (5) \"AB\\x0dCD\"\n");
     EXPECT_EQ(capture_stdout([] { readchar(0); }), "");
-    EXPECT_EQ(capture_stdout([] { readchar(100); }), "Char: 0x1b\nChar: 0x45\n");
+    EXPECT_EQ(capture_stdout([] { readchar(100); }), "Char: 0x1b\nChar: 0x45\nChar (2) \"\\x1bE\"\n");
 }
 
 TEST_F(DataBlocks, VerbatimTrimmingAndTrace)

@@ -264,11 +264,13 @@ TEST_F(EscapeParser, DataBlocksFollowTheirCommands)
               "<ESC>*b2W -> Transfer Raster Data: 2\n"
               "<ESC>*b1M -> Compression Method: 1\n"
               "<ESC>*b3W -> Transfer Raster Data: 3\n"
+              "Char (1) \"1\"\n"  // the digit after the data is text
               "<ESC>&l1O -> Orientation: Landscape\n");
     ASSERT_EQ(calls.size(), 2u);
     EXPECT_EQ(calls[0].value, 1.0);
     EXPECT_EQ(calls[1].key, "&lO");
-    EXPECT_EQ(run("\x1b&p2XA\x1b"), "<ESC>&p2X -> Transparent Print: 2\nChar: 0x41\nChar: 0x1b\n");
+    EXPECT_EQ(run("\x1b&p2XA\x1b"),
+              "<ESC>&p2X -> Transparent Print: 2\nChar: 0x41\nChar: 0x1b\nChar (2) \"A\\x1b\"\n");
 }
 
 TEST_F(EscapeParser, MacroDefinitionPrefixRule)
