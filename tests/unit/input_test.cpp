@@ -1,0 +1,132 @@
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "pcl/environment.h"
+#include "pcl/input.h"
+#include "run_mode.h"
+#include "test_support.h"
+
+namespace {
+
+class Input : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        env = pcl_env{};
+        debug = 0;
+        getchar_func = getc_only;
+        getc_buf_ofs = getc_buf_cnt = 0;
+    }
+    void TearDown() override { SetUp(); }
+
+    // Decodes all of `bytes` with the given text parsing method.
+    static std::vector<int> decode(std::string const& bytes, int method)
+    {
+        InputFromString in(bytes);
+        env.text_method = method;
+        std::vector<int> out;
+        for (int c; (c = pcl_get_char()) >= 0;)
+            out.push_back(c);
+        return out;
+    }
+};
+
+using V = std::vector<int>;
+
+TEST_F(Input, Utf8Decoding)
+{
+    for (int method : {83, 1008}) {
+        SCOPED_TRACE(method);
+        EXPECT_EQ(decode("a\xC3\xA9z", method), (V{'a', 0xE9, 'z'}));
+        EXPECT_EQ(decode("\xE2\x82\xAC", method), (V{0x20AC}));
+        // Lead bytes without payload bits and stray continuation bytes.
+        EXPECT_EQ(decode("\xC0\x80" "\xE0\xA0\x80" "\x80", method), (V{'?', '?', '?'}));
+        // Four-byte forms are not decoded: one '?' per byte.
+        EXPECT_EQ(decode("\xF0\x9F\x98\x80", method), (V{'?', '?', '?', '?'}));
+        // A bad continuation byte is consumed with the sequence.
+        EXPECT_EQ(decode("\xC3" "AB", method), (V{'?', 'B'}));
+        EXPECT_EQ(decode("\xE2\x82" "AB", method), (V{'?', 'B'}));
+        // Truncated at end of input.
+        EXPECT_EQ(decode("x\xE2\x82", method), (V{'x', '?'}));
+    }
+}
+
+TEST_F(Input, OneByteMethodsPassBytesThrough)
+{
+    for (int method : {0, 1, 21}) {
+        SCOPED_TRACE(method);
+        EXPECT_EQ(decode(std::string("\xC3\xA9\x80\xFF\x00", 5), method), (V{0xC3, 0xA9, 0x80, 0xFF, 0}));
+    }
+}
+
+TEST_F(Input, LookAheadComesFirstAndIsDecoded)
+{
+    InputFromString in("Z");
+    env.text_method = 83;
+    getc_buf[0] = 0xC3;
+    getc_buf[1] = 0xA9;
+    getc_buf[2] = 'Q';
+    getc_buf_ofs = 0;
+    getc_buf_cnt = 3;
+    debug = 1;
+    std::string trace = capture_stdout([] {
+        EXPECT_EQ(pcl_get_char(), 0xE9);
+        EXPECT_EQ(pcl_get_char(), 'Q');
+        EXPECT_EQ(pcl_get_char(), 'Z');
+        EXPECT_EQ(pcl_get_char(), -1);
+    });
+    // Look-ahead characters were read before, so only the decoded ones show.
+    EXPECT_EQ(trace, "ch: 0xe9\nch: Q\nin: Z\nch: Z\nin: EOF\nch: EOF\n");
+}
+
+TEST_F(Input, DebugTraceOfFileBytes)
+{
+    InputFromString in(std::string("A\x7f\x1b\xC3\xA9", 5));
+    env.text_method = 83;
+    debug = 1;
+    std::string trace = capture_stdout([] {
+        while (pcl_get_char() >= 0) {
+        }
+    });
+    EXPECT_EQ(trace,
+              "in: A\nch: A\n"
+              "in: \x7f\nch: \x7f\n"
+              "in: 0x1b\nch: 0x1b\n"
+              "in: 0xc3\nin: 0xa9\nch: 0xe9\n"
+              "in: EOF\nch: EOF\n");
+}
+
+TEST_F(Input, ReplayedBytesShowOnlyDecodedTrace)
+{
+    static std::string replay;
+    static size_t pos;
+    replay = "hi";
+    pos = 0;
+    getchar_func = [] { return pos < replay.size() ? static_cast<unsigned char>(replay[pos++]) : -1; };
+    debug = 1;
+    std::string trace = capture_stdout([] {
+        while (pcl_get_char() >= 0) {
+        }
+    });
+    EXPECT_EQ(trace, "ch: h\nch: i\nch: EOF\n");
+}
+
+TEST_F(Input, RawReadsAndReadhex)
+{
+    InputFromString in("abcdef");
+    getc_buf[0] = 'X';
+    getc_buf_ofs = 0;
+    getc_buf_cnt = 1;
+    readhex(3);  // X, a, b
+    EXPECT_EQ(pcl_getc(), 'c');
+    readhex(0);
+    readhex(-5);
+    EXPECT_EQ(pcl_getc(), 'd');
+    readhex(10);  // runs past the end without complaint
+    EXPECT_EQ(pcl_getc(), -1);
+    EXPECT_EQ(pcl_getc(), -1);
+}
+
+}  // namespace

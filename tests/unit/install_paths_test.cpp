@@ -1,0 +1,102 @@
+#include <cstdlib>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "common/install_paths.h"
+#include "test_support.h"
+
+namespace {
+
+class InstallPaths : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        unsetenv("ZENTHORAX");
+        unsetenv("ZENTHORAX_TMP");
+        unsetenv("ZENTHORAX_ETC");
+    }
+    void TearDown() override { SetUp(); }
+};
+
+TEST_F(InstallPaths, DefaultsAndEmptyVariables)
+{
+    EXPECT_STREQ(zx_path(), "/opt/zenthorax/8.4");
+    EXPECT_STREQ(zx_share_path(), "/opt/zenthorax/8.4/share");
+    EXPECT_STREQ(zx_config_path(), "/etc/opt/zenthorax/8.4");
+    EXPECT_STREQ(zx_tmp_path(), "/var/opt/zenthorax/8.4");
+    setenv("ZENTHORAX", "", 1);
+    setenv("ZENTHORAX_ETC", "", 1);
+    EXPECT_STREQ(zx_lib_path(), "/opt/zenthorax/8.4/lib");
+    EXPECT_STREQ(zx_config_path(), "/etc/opt/zenthorax/8.4");
+}
+
+TEST_F(InstallPaths, BaseFromEnvironmentAndSuffixes)
+{
+    setenv("ZENTHORAX", "/srv/zx", 1);
+    EXPECT_STREQ(zx_lbin_path(), "/srv/zx/lbin");
+    EXPECT_STREQ(zx_bin_path(), "/srv/zx/bin");
+    EXPECT_STREQ(zx_dll_path(), "/srv/zx/dll");
+    EXPECT_STREQ(zx_terminal_path(), "/srv/zx/share/terminal");
+    EXPECT_STREQ(zx_terminfo_path(), "/srv/zx/share/terminfo");
+    EXPECT_STREQ(zx_config_path(), "/etc/opt/zenthorax/8.4");
+    EXPECT_STREQ(zx_tmp_path(), "/var/opt/zenthorax/8.4");
+    setenv("ZENTHORAX", "/srv/zx/", 1);
+    EXPECT_STREQ(zx_share_path(), "/srv/zx//share");
+    setenv("ZENTHORAX_TMP", "/t", 1);
+    setenv("ZENTHORAX_ETC", "/e", 1);
+    EXPECT_STREQ(zx_tmp_path(), "/t");
+    EXPECT_STREQ(zx_config_path(), "/e");
+}
+
+TEST_F(InstallPaths, OneSharedBuffer)
+{
+    char* first = zx_share_path();
+    char* second = zx_config_path();
+    EXPECT_EQ(first, second);
+    EXPECT_STREQ(first, "/etc/opt/zenthorax/8.4");
+}
+
+TEST_F(InstallPaths, OverlongValuesAreRefusedWhole)
+{
+    std::string const fits(1023, 'a');
+    std::string const too_long(1024, 'b');
+    setenv("ZENTHORAX_ETC", fits.c_str(), 1);
+    EXPECT_EQ(std::string(zx_config_path()), fits);
+    setenv("ZENTHORAX_ETC", too_long.c_str(), 1);
+    EXPECT_STREQ(zx_config_path(), "");
+    setenv("ZENTHORAX_TMP", std::string(100000, 'c').c_str(), 1);
+    EXPECT_STREQ(zx_tmp_path(), "");
+
+    // The base fits but not with its suffix.
+    std::string const base = "/" + std::string(1018, 'd');
+    setenv("ZENTHORAX", base.c_str(), 1);
+    EXPECT_EQ(std::string(zx_lib_path()), base + "/lib");
+    EXPECT_STREQ(zx_share_path(), "");
+    EXPECT_STREQ(zx_terminfo_path(), "");
+    EXPECT_EQ(zx_catopen("msgs", nullptr), reinterpret_cast<nl_catd>(-1));
+    EXPECT_STREQ(zx_path(), base.c_str());
+}
+
+TEST_F(InstallPaths, CatalogueIsLookedForBelowTheBase)
+{
+    TempDir dir;
+    setenv("ZENTHORAX", dir.path().c_str(), 1);
+    char* buffer = zx_path();
+    EXPECT_EQ(zx_catopen("msgs", nullptr), reinterpret_cast<nl_catd>(-1));
+    EXPECT_EQ(std::string(buffer), dir.path() + "/lib/nls/C/msgs.cat");
+    zx_catopen("msgs", "de_DE");
+    EXPECT_EQ(std::string(buffer), dir.path() + "/lib/nls/de_DE/msgs.cat");
+}
+
+TEST_F(InstallPaths, Banner)
+{
+    EXPECT_EQ(capture_stderr([] { product_banner(""); }), "");
+    EXPECT_EQ(capture_stderr([] { validate_product(nullptr); }), "");
+    EXPECT_EQ(capture_stderr([] { product_banner(nullptr); }),
+              "\nZENTHORAX - Document Conversion Utilities (A.01.00)\n");
+    EXPECT_EQ(capture_stderr([] { validate_product("TARVO"); }),
+              "\nZENTHORAX TARVO - Document Conversion Utilities (A.01.00)\n\n");
+}
+
+}  // namespace
