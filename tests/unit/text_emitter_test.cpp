@@ -68,13 +68,6 @@ protected:
 
     static void change_font() { ++env.font_serial; }
 
-    // Until the glyph map is built in, only printable ASCII has a code.
-    static bool glyph_map_ready()
-    {
-        unsigned code = 0;
-        return std::string(ps_map_lookup(0x2022, 0, &code)) == "bullet";
-    }
-
     std::unique_ptr<OutputCapture> out_;
     size_t mark_ = 0;
 };
@@ -134,8 +127,6 @@ TEST_F(TextEmitter, FontNamesByTypefaceClassAndVariant)
 
 TEST_F(TextEmitter, SymbolAndDingbatsKeepTheirEncodings)
 {
-    if (!glyph_map_ready())
-        GTEST_SKIP() << "glyph map not built in";
     // A configured typeface must not matter for these symbol sets.
     config_add_value("tf4101", "0b0s", "Palatino-Roman");
     config_add_value("tf4101", "width", "50");
@@ -252,8 +243,6 @@ TEST_F(TextEmitter, PositionAndUnderline)
 
 TEST_F(TextEmitter, EscapingAndOctal)
 {
-    if (!glyph_map_ready())
-        GTEST_SKIP() << "glyph map not built in";
     run(u"a");
     EXPECT_EQ(run(u"a(b)\\c"), "(a\\(b\\)\\\\c)S\n");
     EXPECT_EQ(run(u"caf\u00e9 \u00ff\u00a1"), "(caf\\351 \\377\\241)S\n");
@@ -263,8 +252,6 @@ TEST_F(TextEmitter, EscapingAndOctal)
 
 TEST_F(TextEmitter, GlyphShowFallback)
 {
-    if (!glyph_map_ready())
-        GTEST_SKIP() << "glyph map not built in";
     run(u"a");
     EXPECT_EQ(run(u"x\u2022y"), "(x)S /bullet GS (y)S\n");
     EXPECT_EQ(run(u"x\u2022"), "(x)S /bullet GS ()S\n");
@@ -279,8 +266,6 @@ TEST_F(TextEmitter, GlyphShowFallback)
 
 TEST_F(TextEmitter, LongRunsLargerThanTheWriteBuffer)
 {
-    if (!glyph_map_ready())
-        GTEST_SKIP() << "glyph map not built in";
     run(u"a");
     // A full run of characters shown by name, underlined, produces far more
     // text than one write buffer holds.
