@@ -232,8 +232,7 @@ void eps_embed(FILE* f, int length, double height)
 
 void ps_include_file(char const* path)
 {
-    ps_ensure_output();
-    if (!outfp)
+    if (!ps_ensure_output() || !outfp)
         return;
     std::fprintf(outfp, "%% --BEGIN PS FILE %s\n", path);
     if (FilePtr f{std::fopen(path, "rb")}) {
@@ -247,8 +246,7 @@ void ps_include_file(char const* path)
 
 void ps_eps_file(char const* path)
 {
-    ps_ensure_output();
-    if (!outfp)
+    if (!ps_ensure_output() || !outfp)
         return;
     std::fprintf(outfp, "%% --BEGIN EPS FILE %s\n", path);
     if (FilePtr f{std::fopen(path, "rb")}) {
