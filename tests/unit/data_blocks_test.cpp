@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "pcl/data_blocks.h"
+#include "pcl/environment.h"
 #include "pcl/input.h"
 #include "pcl/macros.h"
 #include "run_mode.h"
@@ -14,9 +15,11 @@ class DataBlocks : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        verbose = 1;
+        verbose = 0;
         debug = 0;
         genps = 0;
+        pcl_init();
+        verbose = 1;
         in_macro_definition = 0;
         getchar_func = getc_only;
         getc_buf_ofs = getc_buf_cnt = 0;
@@ -157,6 +160,55 @@ TEST_F(DataBlocks, InBandCommandSyntax)
     EXPECT_EQ(parse_inband("%tarvo:eps ", &arg), inband_command::none);
     EXPECT_EQ(parse_inband("%tarvo:Eps x", &arg), inband_command::none);
     EXPECT_EQ(arg, "");
+}
+
+}  // namespace
+
+namespace {
+
+// A verbatim block: the PS Verbatim command with the byte count of `data`.
+std::string verbatim(std::string const& data)
+{
+    return "\x1b&p" + std::to_string(data.size()) + "W" + data;
+}
+
+TEST(InBandCommands, PositionIncludeAndEpsReachTheDocument)
+{
+    TempDir dir;
+    std::string const eps = dir.write("logo.eps",
+                                      "%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: 0 0 10 10\n"
+                                      "newpath 0 0 moveto 10 10 lineto stroke\n%%EOF\n");
+    std::string const snippet = dir.write("snip.ps", "% snippet\n1 0 0 setrgbcolor\n");
+    std::string const job = verbatim("%tarvo:pos\r\n") + verbatim("%tarvo:eps " + eps + "  \n") +
+                            verbatim("%tarvo:include " + snippet) +
+                            verbatim("%tarvo:include") + verbatim("%TARVO:pos") + "X";
+
+    RunResult r = run_tarvo({"-s"}, job);
+    ASSERT_EQ(r.status, 0) << r.err;
+    std::string const& ps = r.out;
+    size_t const pos_line = ps.find("\n%tarvo:pos\n");
+    size_t const eps_line = ps.find("\n%tarvo:eps " + eps + "\n");
+    size_t const eps_body = ps.find("newpath 0 0 moveto 10 10 lineto stroke\n");
+    size_t const inc_line = ps.find("\n%tarvo:include " + snippet + "\n");
+    size_t const inc_body = ps.find("% snippet\n1 0 0 setrgbcolor\n");
+    size_t const bare = ps.find("\n%tarvo:include\n%TARVO:pos\n");
+    ASSERT_NE(pos_line, std::string::npos) << ps;
+    // The move to the cursor follows the marker line at once.
+    size_t const move_end = ps.find('\n', pos_line + 12);
+    EXPECT_EQ(ps.substr(move_end - 2, 3), " M\n");
+    EXPECT_LT(pos_line, eps_line);
+    EXPECT_LT(eps_line, eps_body);
+    EXPECT_LT(eps_body, inc_line);
+    EXPECT_LT(inc_line, inc_body);
+    EXPECT_LT(inc_body, bare);
+    EXPECT_NE(bare, std::string::npos);
+    EXPECT_EQ(ps.find("newpath", eps_body + 1), std::string::npos) << "embedded once";
+
+    // Analysis mode traces the blocks and carries out nothing.
+    RunResult a = run_tarvo({"-a"}, job);
+    EXPECT_NE(a.out.find("ps: %tarvo:eps " + eps + "\n"), std::string::npos);
+    EXPECT_EQ(a.out.find("newpath"), std::string::npos);
+    EXPECT_EQ(a.out.find("snippet"), std::string::npos);
 }
 
 }  // namespace
