@@ -94,18 +94,4 @@ TEST_F(CommandTable, SetUpTraceAtDebugTwo)
         EXPECT_EQ(hash_lookup(intlist[i].key), &intlist[i]);
 }
 
-TEST_F(CommandTable, SharedValueNamesOfPrimaryAndSecondaryFonts)
-{
-    EXPECT_EQ(hash_lookup("(sP")->value_names, hash_lookup(")sP")->value_names);
-    EXPECT_EQ(hash_lookup("(sT")->handler, hash_lookup(")sT")->handler);
-    char const* const* pm = hash_lookup("&kS")->value_names;
-    ASSERT_NE(pm, nullptr);
-    EXPECT_STREQ(pm[3], "");
-    EXPECT_STREQ(pm[4], "12 CPI");
-    EXPECT_EQ(pm[5], nullptr);
-    char const* const* st = hash_lookup("(sS")->value_names;
-    EXPECT_STREQ(st[24], "Expanded");
-    EXPECT_EQ(st[25], nullptr);
-}
-
 }  // namespace
