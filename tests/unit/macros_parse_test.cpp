@@ -1,0 +1,237 @@
+// Macros through the whole reader: definitions, calls and overlays written
+// as PCL and run by the text loop, including input built to make the replay
+// misbehave (self-calling macros, overlays cut inside a sequence, resets and
+// definitions from inside a replay, macros deleted while they run).
+#include <chrono>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "config_store.h"
+#include "pcl/command_table.h"
+#include "pcl/environment.h"
+#include "pcl/fonts.h"
+#include "pcl/input.h"
+#include "pcl/macros.h"
+#include "pcl/text_loop.h"
+#include "run_mode.h"
+#include "test_support.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+std::string const E = "\x1b";
+
+// ESC & f <id> Y ESC & f 0 X <body> ESC & f 1 X
+std::string define(int id, std::string const& body)
+{
+    return E + "&f" + std::to_string(id) + "Y" + E + "&f0X" + body + E + "&f1X";
+}
+std::string select(int id) { return E + "&f" + std::to_string(id) + "Y"; }
+std::string ctl(int v) { return E + "&f" + std::to_string(v) + "X"; }
+
+class MacroParse : public testing::Test {
+protected:
+    static void SetUpTestSuite() { hash_setup(); }
+    void SetUp() override
+    {
+        config_clear();
+        verbose = genps = debug = 0;
+        pcl_init();
+        mac_reset(PERMANENT);
+    }
+    void TearDown() override
+    {
+        verbose = 0;
+        mac_reset(PERMANENT);
+    }
+    // Runs one file through the text loop and returns the analysis trace.
+    static std::string run(std::string const& pcl, int level = 1)
+    {
+        InputFromString in(pcl);
+        return capture_stdout([level] {
+            verbose = level;
+            parse_text();
+            verbose = 0;
+        });
+    }
+};
+
+TEST_F(MacroParse, CallRestoresWhatExecuteKeeps)
+{
+    // Bold and a move, then a NUL so that neither is the last byte.
+    std::string const bold_move = define(2, E + "(s3B" + E + "&a500H" + std::string(1, '\0'));
+    run(bold_move + select(2) + ctl(3));
+    EXPECT_EQ(font[0].stroke, 0);
+    EXPECT_EQ(env.cur_x, 0);
+    EXPECT_EQ(env.pos_changed, 1);
+    run(ctl(2));
+    EXPECT_EQ(font[0].stroke, 3);
+    EXPECT_EQ(env.cur_x, 50000);
+
+    // The last command of a called macro acts after the level has ended:
+    // the bold font is undone, the move applies to the caller's cursor.
+    pcl_reset();
+    run(define(5, E + "(s3B" + E + "&a100H") + select(5) + ctl(3));
+    EXPECT_EQ(font[0].stroke, 0);
+    EXPECT_EQ(env.cur_x, 10000);
+    EXPECT_EQ(mac_nesting, 0);
+}
+
+TEST_F(MacroParse, MacrosEndingInTheirOwnCallAreBounded)
+{
+    auto const start = std::chrono::steady_clock::now();
+    // Executes itself (counting pages), calls itself, and two macros that
+    // call each other; the file goes on after each and is read normally.
+    std::string pcl = define(1, "\x0c"s + select(1) + ctl(2)) + select(1) + ctl(2) + "A";
+    pcl += define(2, "y"s + select(2) + ctl(3)) + select(2) + ctl(3) + "B";
+    pcl += define(3, "z\r"s + select(4) + ctl(2)) + define(4, select(3) + ctl(3)) + select(3) + ctl(2) + "C";
+    EXPECT_EQ(run(pcl, 0), "");
+    int32_t const pages = env.page_serial;
+    EXPECT_GT(pages, 1000);
+    EXPECT_LE(pages, static_cast<int32_t>(MAC_REPLAY_BUDGET / MAC_LEVEL_COST));
+    EXPECT_EQ(mac_nesting, 0);
+    EXPECT_EQ(mac_replay_work(), 0u);  // the file's last byte cleared it
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+
+    // A byte of the file renews the budget: the same loop runs as long again.
+    run(select(1) + ctl(2) + "D", 0);
+    EXPECT_EQ(env.page_serial - pages, pages);
+}
+
+TEST_F(MacroParse, OverlayCutInsideASequenceEndsItsLoopOnce)
+{
+    // After each form feed the file's next character prints on the new page
+    // at the left margin plus one advance: had the overlay's loop gone on
+    // reading the file, the form feed's own cursor reset would come last.
+    // Most cuts cannot be recorded as such (the recorder would read on to
+    // complete the sequence); under UTF-8 parsing 0xC3 hides the following
+    // ESC from the recorder, and the replay then runs with one-byte parsing.
+    struct Cut {
+        std::string body;
+        int record_method;
+        int replay_method;
+    };
+    Cut const cuts[] = {
+        {"ov"s + E + "&a5", 0, 0},                  // inside a parameterized sequence
+        {"ov"s + E + "&a5c", 0, 0},                 // after a lower-case group
+        {"ov\xC3"s + E, 83, 0},                     // right after ESC
+        {"ov\xC3"s + E + "(8", 83, 0},              // inside a symbol-set form
+        {"ov\xC3"s + E + "%-123", 83, 0},           // inside a mode form
+        {"ov\xC3"s + E + "&p10Xab", 83, 0},         // inside transparent data
+        {"ov\xC3"s + E + "*b9Wab", 83, 0},          // inside skipped data
+        {"ov\xC3"s, 0, 83},                         // inside a UTF-8 sequence
+        {"ov"s + E + "&f2Y" + E + "&f3X", 0, 0},    // calling a macro that is cut
+    };
+    for (Cut const& cut : cuts) {
+        SCOPED_TRACE(cut.body);
+        pcl_init();
+        mac_reset(PERMANENT);
+        std::string pcl = E + "&t" + std::to_string(cut.record_method) + "P";
+        pcl += define(2, "in"s + E + "&a") + define(1, cut.body) + select(1) + ctl(4);
+        pcl += E + "&t" + std::to_string(cut.replay_method) + "P";
+        for (int page = 0; page < 50; ++page)
+            pcl += "P\x0c";
+        pcl += "Q";
+        run(pcl, 0);
+        ASSERT_NE(mac_get_byid(1), nullptr);
+        EXPECT_EQ(mac_get_byid(1)->size, static_cast<int>(cut.body.size()));
+        EXPECT_EQ(env.page_serial, 50);
+        EXPECT_EQ(env.cur_x, env.left_margin + env.hmi);
+        EXPECT_EQ(mac_nesting, 0);
+        EXPECT_EQ(getchar_func, getc_only);
+    }
+}
+
+TEST_F(MacroParse, OverlayWithAFormFeedAndMissingOverlay)
+{
+    // The overlay's own form feed starts it once more; the third level is
+    // refused, so each page of the file adds three page changes.
+    std::string const trace = run(define(1, "o\x0c") + select(1) + ctl(4) + "x\x0c");
+    EXPECT_EQ(env.page_serial, 3);
+    EXPECT_NE(trace.find("Macro nesting exceeds maximum (2)\n"), std::string::npos);
+
+    std::string const missing = run(select(99) + ctl(4) + "\x0c\x0c");
+    EXPECT_EQ(missing, "<ESC>&f99Y -> Macro ID: 99\n"
+                       "<ESC>&f4X -> Macro control: Enable automatic overlay\n"
+                       "<FF>\nmacro 99 does not exist\n<FF>\nmacro 99 does not exist\n");
+}
+
+TEST_F(MacroParse, ResetInsideAnOverlayEndsItCleanly)
+{
+    // Under UTF-8 parsing the recorder swallows the ESC after 0xC3, so the
+    // stored overlay holds a reset that acts when replayed byte by byte.
+    for (int permanent = 0; permanent < 2; ++permanent) {
+        SCOPED_TRACE(permanent);
+        pcl_init();
+        mac_reset(PERMANENT);
+        std::string pcl = E + "&t83P" + define(1, "o\xC3"s + E + "Ep") + E + "&t0P";
+        if (permanent)
+            pcl += ctl(10);
+        pcl += ctl(4) + "x\x0c" + "AFTER";
+        std::string const trace = run(pcl);
+        EXPECT_EQ(trace.find("p\""), std::string::npos);
+        EXPECT_NE(trace.find("Char (5) \"AFTER\"\n"), std::string::npos);
+        EXPECT_EQ(mac_nesting, 0);
+        EXPECT_EQ(env.overlay_id, -1);
+        EXPECT_EQ(mac_get_byid(1) != nullptr, permanent == 1);
+        EXPECT_EQ(env.cur_x, env.left_margin + 5 * env.hmi);
+    }
+}
+
+TEST_F(MacroParse, DefinitionStartedByAnOverlayRecordsTheFile)
+{
+    // The start command inside the body is only noted while recording, and
+    // acts when the overlay replays it.
+    std::string pcl = define(1, "o"s + select(7) + ctl(0)) + select(1) + ctl(4) + "x\x0c";
+    pcl += "REC"s + ctl(1) + select(7) + ctl(2);
+    std::string const trace = run(pcl);
+    ASSERT_NE(mac_get_byid(7), nullptr);
+    EXPECT_EQ(mac_get_byid(7)->size, 3);
+    EXPECT_NE(trace.find("Invalid macro 1 command ignored"), std::string::npos);
+    EXPECT_NE(trace.find("Char (3) \"REC\"\n"), std::string::npos);
+    EXPECT_EQ(in_macro_definition, 0);
+    EXPECT_EQ(getchar_func, getc_only);
+}
+
+TEST_F(MacroParse, DeletingOrRedefiningTheRunningMacro)
+{
+    // Deletes itself mid-way and finishes; afterwards it is gone.
+    std::string pcl = define(3, "a"s + select(3) + ctl(8) + "b") + select(3) + ctl(2);
+    // Deletes everything from a called macro inside an overlay.
+    pcl += define(4, "c"s + ctl(6) + "d") + define(5, "e"s + select(4) + ctl(3) + "f") + select(5) + ctl(4) + "\x0c";
+    pcl += select(3) + ctl(2);
+    std::string const trace = run(pcl);
+    EXPECT_NE(trace.find("Char (1) \"a\"\n"), std::string::npos);
+    EXPECT_NE(trace.find("Char (1) \"b\"\n"), std::string::npos);
+    // The called macro's last character and the overlay's rest form one run.
+    EXPECT_NE(trace.find("Char (2) \"df\"\n"), std::string::npos);
+    EXPECT_NE(trace.find("macro 3 does not exist\n"), std::string::npos);
+    EXPECT_EQ(macro_list, nullptr);
+
+    // Redefining itself: the level ends, the file is recorded.
+    std::string const again = define(6, "g"s + select(6) + ctl(0) + "h") + select(6) + ctl(2) + "NEW" + ctl(1) + ctl(2);
+    std::string const trace2 = run(again);
+    ASSERT_NE(mac_get_byid(6), nullptr);
+    EXPECT_EQ(mac_get_byid(6)->size, 3);
+    EXPECT_EQ(trace2.find("Char (1) \"h\""), std::string::npos);
+    EXPECT_EQ(trace2.rfind("Char (3) \"NEW\"\n") + 15, trace2.size());
+}
+
+TEST_F(MacroParse, DefinitionOverTheSizeLimitIsDroppedOnce)
+{
+    std::string const big = define(5, std::string(MAC_MAX_SIZE + 5000, 'a')) + "T" + select(5) + ctl(2);
+    std::string const trace = run(big);
+    EXPECT_EQ(trace,
+              "<ESC>&f5Y -> Macro ID: 5\n"
+              "<ESC>&f0X -> Macro control: Start macro definition\n"
+              "memory allocation exceeds limit for macro 5 (1049600 bytes)\n"
+              "<ESC>&f1X -> Macro control: Stop macro definition\n"
+              "Char (1) \"T\"\n"
+              "<ESC>&f5Y -> Macro ID: 5\n"
+              "<ESC>&f2X -> Macro control: Execute macro\n"
+              "macro 5 does not exist\n");
+}
+
+}  // namespace
