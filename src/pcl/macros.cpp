@@ -6,6 +6,7 @@
 
 #include "common/numeric.h"
 #include "pcl/input.h"
+#include "pcl/text_buffer.h"
 #include "run_mode.h"
 
 pcl_macro* macro_list;
@@ -154,8 +155,12 @@ void pop_level(bool restore)
     pcl_macro* const ended = exec_macro;
     exec_macro = f.macro;
     exec_macro_p = f.pos;
-    if (restore && f.mode != MAC_EXECUTE)
+    if (restore && f.mode != MAC_EXECUTE) {
+        // Text of the ending level is written in its own font and place
+        // before the caller's environment comes back.
+        cbuf_flush(f.mode == MAC_OVERLAY ? 2 : 1);
         restore_frame(f);
+    }
     release(ended);
     if (mac_nesting == 0) {
         exec_macro = nullptr;

@@ -17,6 +17,9 @@
 // - The printer reset (mac_reset, called by pcl_reset) and the start of a
 //   definition from inside a replay abandon every active level; abandoned
 //   overlays end their text loops as above.
+// - When a called level or an overlay ends, its pending text run is flushed
+//   before the caller's environment is restored, so that run keeps the
+//   level's font and line.
 // - Replay without fresh input is bounded: every replayed byte and every
 //   started level costs work, and once MAC_REPLAY_BUDGET units have been
 //   spent since the input file last delivered a byte, no new level starts.
