@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <regex>
 #include <string>
 
@@ -160,6 +162,86 @@ TEST(Driver, ConfigurationLookup)
     r = run_tarvo({"-a"}, "\r", dir.path(), long_env);
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.out, "<CR>\n");
+    EXPECT_EQ(r.err, "");
+}
+
+}  // namespace
+
+namespace {
+
+// The Ghostscript executable that a run would start, as shown by -v.
+std::string configured_gs(RunResult const& r)
+{
+    auto end = r.err.find("\" -q ");
+    if (r.err.empty() || r.err[0] != '"' || end == std::string::npos)
+        return "<" + r.err + ">";
+    return r.err.substr(1, end - 1);
+}
+
+TEST(DriverConfiguration, SearchOrderAndCommandLinePrecedence)
+{
+    TempDir dir;
+    auto env = isolated(dir);
+    std::string const cwd = dir.path() + "/work";
+    dir.write("work/.keep", "");
+    dir.write("etc/tarvo.cfg", "[CONFIG]\nGS=from-etc\n");
+    // Nothing given: the installed configuration directory.
+    EXPECT_EQ(configured_gs(run_tarvo({"-v", "-p"}, "", cwd, env)), "from-etc");
+    env.push_back("HOME");
+    EXPECT_EQ(configured_gs(run_tarvo({"-v", "-p"}, "", cwd, env)), "from-etc");
+    env.pop_back();
+
+    dir.write("home/.tarvo", "[config]\ngs = from-home ; comment\n");
+    EXPECT_EQ(configured_gs(run_tarvo({"-v", "-p"}, "", cwd, env)), "from-home");
+
+    dir.write("work/tarvo.cfg", "[CONFIG]\nGS=from-cwd\n");
+    EXPECT_EQ(configured_gs(run_tarvo({"-v", "-p"}, "", cwd, env)), "from-cwd");
+
+    // -c replaces the search; -C wins over any file; without a section the
+    // definition goes to DEFAULT and does not touch the executable.
+    dir.write("other.cfg", "[CONFIG]\nGS=from-c\n");
+    EXPECT_EQ(configured_gs(run_tarvo({"-v", "-p", "-c", dir.path() + "/other.cfg"}, "", cwd, env)),
+              "from-c");
+    EXPECT_EQ(configured_gs(run_tarvo({"-C", "config:gs=from-C", "-v", "-p"}, "", cwd, env)), "from-C");
+    EXPECT_EQ(configured_gs(run_tarvo({"-C", "gs=from-C", "-v", "-p"}, "", cwd, env)), "from-cwd");
+    // An empty definition falls back to the built-in default.
+    EXPECT_EQ(configured_gs(run_tarvo({"-C", "config:gs=", "-v", "-p"}, "", cwd, env)), "gs");
+}
+
+TEST(DriverGhostscript, ExitStatusOfTheInterpreter)
+{
+    TempDir dir;
+    auto env = isolated(dir);
+    std::string const failing = dir.write("fail.sh", "#!/bin/sh\ncat >/dev/null\nexit 3\n");
+    // Kills the shell that popen started (never the converter itself).
+    std::string const killed = dir.write(
+        "kill.sh", "#!/bin/sh\ncat >/dev/null\n[ \"$(cat /proc/$PPID/comm)\" = tarvo ] || kill -9 $PPID\n");
+    std::string const quitter = dir.write("quit.sh", "#!/bin/sh\nexit 0\n");
+    for (auto const& f : {failing, killed, quitter})
+        ASSERT_EQ(chmod(f.c_str(), 0755), 0);
+
+    RunResult r = run_tarvo({"-C", "config:gs=" + failing, "-p"}, "text", {}, env);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "tarvo: ghostscript returned exit status 3\n");
+
+    r = run_tarvo({"-C", "config:gs=" + killed, "-g"}, "text", {}, env);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "tarvo: ghostscript returned exit status 265\n");
+
+    // Nothing drawn: the interpreter never starts and the file loop decides.
+    r = run_tarvo({"-C", "config:gs=" + failing, "-pp", "missing.pcl"}, "text", dir.path(), env);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "missing.pcl: No such file or directory\n");
+    r = run_tarvo({"-C", "config:gs=" + failing, "-g", "-a"}, "text", {}, env);
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.out, "Char (4) \"text\"\n");
+
+    // An interpreter that stops reading early does not kill the converter.
+    std::string big;
+    for (int i = 0; i < 20000; ++i)
+        big += "a line of text that fills the pipe\r\n";
+    r = run_tarvo({"-C", "config:gs=" + quitter, "-p"}, big, {}, env);
+    EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.err, "");
 }
 
