@@ -61,7 +61,9 @@ char const* base_name(char const* path)
     if (!path || !*path)
         return kName;
     char const* slash = std::strrchr(path, '/');
-    return slash ? slash + 1 : path;
+    if (!slash)
+        return path;
+    return slash[1] ? slash + 1 : kName;
 }
 
 // The build date as "Mmm d yyyy": the compiler's date with the blank that
