@@ -49,14 +49,6 @@ TEST_F(InstallPaths, BaseFromEnvironmentAndSuffixes)
     EXPECT_STREQ(zx_config_path(), "/e");
 }
 
-TEST_F(InstallPaths, OneSharedBuffer)
-{
-    char* first = zx_share_path();
-    char* second = zx_config_path();
-    EXPECT_EQ(first, second);
-    EXPECT_STREQ(first, "/etc/opt/zenthorax/8.4");
-}
-
 TEST_F(InstallPaths, OverlongValuesAreRefusedWhole)
 {
     std::string const fits(1023, 'a');
@@ -82,7 +74,7 @@ TEST_F(InstallPaths, CatalogueIsLookedForBelowTheBase)
 {
     TempDir dir;
     setenv("ZENTHORAX", dir.path().c_str(), 1);
-    char* buffer = zx_path();
+    char* buffer = zx_path();  // every call writes the one shared buffer
     EXPECT_EQ(zx_catopen("msgs", nullptr), reinterpret_cast<nl_catd>(-1));
     EXPECT_EQ(std::string(buffer), dir.path() + "/lib/nls/C/msgs.cat");
     zx_catopen("msgs", "de_DE");

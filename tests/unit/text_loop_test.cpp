@@ -156,16 +156,6 @@ TEST_F(TextLoop, ShiftOutAndInSwitchFontAndAdvance)
     EXPECT_EQ(env.hmi, INT32_MAX);
 }
 
-TEST_F(TextLoop, AnalysisTraces)
-{
-    verbose = 1;
-    EXPECT_EQ(run(std::string("\r\n\b\t\x0e\x0f\x00\x07\x0b", 9)),
-              "<CR>\n<LF>\n<BS>\n<TAB>\n<SO> -> Secondary font\n<SI> -> Primary font\n"
-              "Char: 0x00\nChar: 0x07\nChar: 0x0b\n");
-    verbose = 0;
-    EXPECT_EQ(run(std::string("\r\n\x0e\x00", 4)), "");
-}
-
 TEST_F(TextLoop, DebugTracesEveryCharacter)
 {
     debug = 1;
