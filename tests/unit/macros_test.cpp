@@ -147,31 +147,6 @@ TEST_F(Macros, ExecuteAndCallReplayAndRestore)
     EXPECT_EQ(env.font_serial, 7);
 }
 
-TEST_F(Macros, NestingAndRefusals)
-{
-    define(1, "A1");
-    define(2, "B");
-    std::string out = capture_stdout([] {
-        verbose = 2;
-        EXPECT_EQ(mac_call(5, MAC_EXECUTE), nullptr);
-        ASSERT_NE(mac_call(1, MAC_CALL), nullptr);
-        EXPECT_EQ(read(1), "A");
-        ASSERT_NE(mac_call(2, MAC_CALL), nullptr);
-        EXPECT_EQ(mac_call(1, MAC_EXECUTE), nullptr);
-        EXPECT_EQ(mac_nesting, 2);
-        // B ends, then A continues after the call.
-        EXPECT_EQ(read(1), "B");
-        EXPECT_EQ(mac_nesting, 1);
-        EXPECT_EQ(read(1), "1");
-        EXPECT_EQ(mac_nesting, 0);
-    });
-    EXPECT_EQ(out,
-              "executing macro 5\nmacro 5 does not exist\n"
-              "executing macro 1\nexecuting macro 2\n"
-              "executing macro 1\nMacro nesting exceeds maximum (2)\n"
-              "=> completed macro 2\n=> completed macro 1\n");
-}
-
 TEST_F(Macros, OverlayEndsItsLoopOnceThenResumesAfterTheFormFeed)
 {
     define(3, "O");
@@ -231,51 +206,6 @@ TEST_F(Macros, ReplayedRecordSurvivesDeletionAndRedefinition)
     EXPECT_EQ(std::string(reinterpret_cast<char*>(mac_get_byid(3)->data), 3), "NEW");
     EXPECT_EQ(macro_list->id, 4);
     EXPECT_EQ(macro_list->next->id, 3);
-}
-
-TEST_F(Macros, ResetAbandonsEveryLevel)
-{
-    define(1, "overlay");
-    define(2, "called");
-    mac_get_byid(2)->type = PERMANENT;
-    InputFromString file("Z");
-    env.cur_x = 5;
-    ASSERT_NE(mac_call(1, MAC_OVERLAY), nullptr);
-    read(2);
-    ASSERT_NE(mac_call(2, MAC_CALL), nullptr);
-    read(1);
-    env.cur_x = 1234;  // the reset's own state
-    getchar_func = getc_only;
-    mac_reset(TEMPORARY);
-    EXPECT_EQ(mac_nesting, 0);
-    EXPECT_EQ(env.cur_x, 1234);
-    EXPECT_EQ(mac_get_byid(1), nullptr);
-    EXPECT_NE(mac_get_byid(2), nullptr);
-    // The abandoned overlay's loop sees end of input, then the file follows
-    // once its form feed has moved the page on.
-    EXPECT_EQ(read(2), "##");
-    env.page_serial += 1;
-    EXPECT_EQ(read(2), "Z#");
-}
-
-TEST_F(Macros, DefinitionStartedInsideReplayRecordsFromTheFile)
-{
-    define(1, "\x1b&f0X");
-    InputFromString file("rec\x1b&f1X");
-    env.macro_id = 1;
-    env.cur_x = 3;
-    ASSERT_NE(mac_call(1, MAC_CALL), nullptr);
-    read(4);
-    env.cur_x = 50;
-    env.macro_id = 9;
-    pcl_macro_ctl(0);  // as if the parser had just read "0X"
-    EXPECT_EQ(mac_nesting, 0);
-    EXPECT_EQ(env.cur_x, 3);  // the called level ended and was restored
-    EXPECT_EQ(read(8), "rec\x1b&f1X");
-    pcl_macro_ctl(1);
-    EXPECT_EQ(in_macro_definition, 0);
-    ASSERT_NE(mac_get_byid(9), nullptr);
-    EXPECT_EQ(mac_get_byid(9)->size, 3);
 }
 
 TEST_F(Macros, SelfCallingMacroIsStoppedByTheReplayBudget)
