@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds tarvo and converts the bundled example job
-# to PostScript and PDF.
+# examples/invoice.pcl to an analysis trace, PostScript, PDF and PDF/A.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/deps.sh
@@ -10,7 +10,26 @@ jobs=$(nproc 2>/dev/null || echo 2)
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build -j "$jobs" --target tarvo
 
-mkdir -p demo-output
+# The build tree mirrors the installed share directory (share/tarvo/ps with
+# the barcode library and the sRGB profile), so point the installation base
+# there instead of installing.
+export ZENTHORAX="$PWD/build"
 job=examples/invoice.pcl
-./build/tarvo -a "$job" > demo-output/invoice.trace
-echo "analysis trace:  demo-output/invoice.trace"
+out=demo-output
+mkdir -p "$out"
+./build/tarvo -a "$job" > "$out/invoice.trace"
+./build/tarvo -s -o "$out/invoice.ps" "$job"
+./build/tarvo -p -o "$out/invoice.pdf" "$job"
+./build/tarvo -ppp -t "ACME invoice 2024-0117" -o "$out/invoice-pdfa.pdf" "$job"
+
+echo
+echo "Converted $job:"
+echo "  analysis trace  $out/invoice.trace"
+echo "  PostScript      $out/invoice.ps"
+echo "  PDF             $out/invoice.pdf"
+echo "  PDF/A-2         $out/invoice-pdfa.pdf"
+if command -v pdftotext >/dev/null; then
+    echo
+    echo "Text of the PDF (pdftotext):"
+    pdftotext -layout "$out/invoice.pdf" - | sed 's/^/  | /'
+fi

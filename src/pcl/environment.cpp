@@ -70,17 +70,17 @@ int32_t paper_size_code(char const* text)
 // the letter (taken as written).
 void apply_default_symset(char const* text)
 {
+    // Two or three characters, digits then a letter, each taken as its byte
+    // value without validation: "8U" is 277 and "19U" is 629.
     size_t const len = std::strlen(text);
-    if (len != 2 && len != 3)
+    auto byte = [text](size_t i) { return static_cast<int>(static_cast<unsigned char>(text[i])); };
+    int code;
+    if (len == 2)
+        code = (byte(0) - '0') * 32 + byte(1) - 64;
+    else if (len == 3)
+        code = ((byte(0) - '0') * 10 + (byte(1) - '0')) * 32 + byte(2) - 64;
+    else
         return;
-    for (size_t i = 0; i + 1 < len; ++i)
-        if (text[i] < '0' || text[i] > '9')
-            return;
-    char const letter = text[len - 1];
-    if (!((letter >= 'A' && letter <= 'Z') || (letter >= 'a' && letter <= 'z')))
-        return;
-    // The digits end at the letter, so the number reads up to it.
-    int const code = symset_code(static_cast<int>(std::strtol(text, nullptr, 10)), letter);
     if (cv_symset_supported(code)) {
         font[0].symset = code;
         font[1].symset = code;

@@ -210,6 +210,9 @@ TEST_F(Environment, ConfiguredDefaults)
     }
     init_with({{"SYMSET", "0N"}});
     EXPECT_EQ(font[1].symset, cv_symset_supported(14) ? 14 : 149);
+    // Characters are not validated: ':' counts as the digit ten, so ":U" is 10U.
+    init_with({{"SYMSET", ":U"}});
+    EXPECT_EQ(font[0].symset, 341);
 
     // The flags are read after the defaults were saved: the configured page
     // length (vmi 76968; 128 lines would need 6575) was not adapted.
