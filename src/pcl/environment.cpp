@@ -457,11 +457,16 @@ void pcl_reset()
     // The page counter and the page's used flag survive the reset: the output
     // side opens a new page only when the counter differs from the one of its
     // open page, and a page ended by the flush above must stay ended.
+    // The font counter moves on instead of going back: the output selects a
+    // font again only when the counter differs from the one it last saw, and
+    // an old value could match a font it selected before.
     int32_t const page_serial = env.page_serial;
     int32_t const page_dirty = env.page_dirty;
+    uint32_t const font_serial = static_cast<uint32_t>(env.font_serial) + 1u;
     env = default_env;
     env.page_serial = page_serial;
     env.page_dirty = page_dirty;
+    env.font_serial = static_cast<int32_t>(font_serial);
     getchar_func = getc_only;
     in_macro_definition = 0;
     mac_reset(TEMPORARY);
