@@ -83,6 +83,7 @@ def main():
     ap.add_argument("--update", action="store_true")
     ap.add_argument("cases", nargs="*")
     opts = ap.parse_args()
+    opts.binary = os.path.abspath(opts.binary)
     names = opts.cases or sorted(f[:-5] for f in os.listdir(opts.data)
                                  if f.endswith(".args"))
     passed = failed = 0

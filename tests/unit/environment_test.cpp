@@ -48,9 +48,13 @@ TEST_F(Environment, StartUpIsA4PortraitAndTheResetRestoresIt)
     pcl_vmi(4);
     env.pos_sp = env.palette = 3;
     font[0].pitch = 17;
+    int32_t const font_serial = env.font_serial;
     pcl_reset();
     EXPECT_EQ(env.page_serial, 1);
+    // The font counter moves on, so the output selects the reset font again.
+    EXPECT_EQ(env.font_serial, font_serial + 1);
     env.page_serial = 0;
+    env.font_serial = default_env.font_serial;
     EXPECT_EQ(std::memcmp(&env, &default_env, sizeof env), 0);
     EXPECT_EQ(font[0].pitch, 10.0);
 }
