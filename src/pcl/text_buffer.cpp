@@ -21,15 +21,37 @@ void cbuf_init()
     c_buf_len = 0;
 }
 
-void cbuf_add(int ch)
+int cbuf_fast_symset = -1;
+uint16_t cbuf_fast_codes[256];
+
+namespace {
+
+// The conversion of a byte depends only on the symbol set; it has a side
+// effect (a diagnostic) only in analysis mode, which therefore always
+// converts directly. Otherwise the 256 bytes of the set are converted once
+// and kept until another set is used.
+uint16_t convert(int symset, int ch)
+{
+    if (static_cast<unsigned>(ch) > 0xFF || verbose)
+        return static_cast<uint16_t>(cv_symset(symset, ch));
+    if (symset != cbuf_fast_symset) {
+        for (int b = 0; b < 256; ++b)
+            cbuf_fast_codes[b] = static_cast<uint16_t>(cv_symset(symset, b));
+        cbuf_fast_symset = symset;
+    }
+    return cbuf_fast_codes[ch];
+}
+
+}  // namespace
+
+void cbuf_add_slow(int ch)
 {
     if (c_buf_len >= CBUF_SIZE)
         cbuf_flush(0);
 
     // font_sel is 0 (primary) or 1 (secondary); anything else reads the
     // primary entry rather than memory outside the pair.
-    pcl_font const& f = font[env.font_sel == 1 ? 1 : 0];
-    uint16_t const code = static_cast<uint16_t>(cv_symset(f.symset, ch));
+    uint16_t const code = convert(font[env.font_sel == 1 ? 1 : 0].symset, ch);
 
     if (c_buf_len == 0) {
         c_buf_curX = env.cur_x;

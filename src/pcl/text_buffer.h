@@ -4,6 +4,11 @@
 
 #include <cstdint>
 
+#include "common/numeric.h"
+#include "pcl/environment.h"
+#include "pcl/fonts.h"
+#include "run_mode.h"
+
 constexpr int CBUF_SIZE = 1024;
 
 extern uint16_t c_buf[CBUF_SIZE];
@@ -13,5 +18,31 @@ extern int c_buf_curX;
 extern int c_buf_ul;
 
 void cbuf_init();
-void cbuf_add(int ch);
 void cbuf_flush(int reason);
+
+// The byte conversion of the symbol set used last (see cbuf_add_slow);
+// cbuf_fast_symset is -1 while no table is valid.
+extern int cbuf_fast_symset;
+extern uint16_t cbuf_fast_codes[256];
+// cbuf_add for every case: a full buffer, a character beyond a byte, a
+// different symbol set, analysis mode.
+void cbuf_add_slow(int ch);
+
+// Appends one printable character to the run. The common case (a byte in
+// the symbol set of the previous character, room in the buffer, no
+// analysis) is inlined into the text loop.
+inline void cbuf_add(int ch)
+{
+    if (c_buf_len < CBUF_SIZE && static_cast<unsigned>(ch) <= 0xFF && !verbose &&
+        font[env.font_sel == 1 ? 1 : 0].symset == cbuf_fast_symset) [[likely]] {
+        if (c_buf_len == 0) {
+            c_buf_curX = env.cur_x;
+            c_buf_ul = env.underline;
+        }
+        *c_buf_p++ = cbuf_fast_codes[ch];
+        ++c_buf_len;
+        env.cur_x = sat_add(env.cur_x, env.hmi);
+        return;
+    }
+    cbuf_add_slow(ch);
+}

@@ -138,6 +138,31 @@ TEST_F(TextBuffer, ConvertsThroughTheActiveFontsSymbolSet)
     EXPECT_EQ(c_buf[1], 0x00E9);
 }
 
+TEST_F(TextBuffer, AnalysisModeReportsEveryUnmappedCharacter)
+{
+    // ISO 8859-3 has a hole at 0xA5; each occurrence is reported.
+    verbose = 1;
+    font[0].symset = 110;  // 3N
+    std::string const err = capture_stderr([] {
+        capture_stdout([] {
+            cbuf_add(0xA5);
+            cbuf_add(0xA5);
+            cbuf_flush(1);
+        });
+    });
+    EXPECT_EQ(err, "unmapped: 00a5\nunmapped: 00a5\n");
+
+    // The same bytes outside analysis mode convert silently and alike.
+    verbose = 0;
+    std::string const quiet = capture_stderr([] {
+        cbuf_add(0xA5);
+        cbuf_add(0xA5);
+    });
+    EXPECT_EQ(quiet, "");
+    EXPECT_EQ(c_buf[0], 0xBF);
+    EXPECT_EQ(c_buf[1], 0xBF);
+}
+
 TEST_F(TextBuffer, PostScriptModeWritesTheRun)
 {
     genps = 1;

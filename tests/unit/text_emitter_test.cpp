@@ -1,3 +1,5 @@
+#include <cstdio>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -285,6 +287,40 @@ TEST_F(TextEmitter, LongRunsLargerThanTheWriteBuffer)
         expected_octal += "\\351";
     expected_octal += ")S\n";
     EXPECT_EQ(run(octal), expected_octal);
+}
+
+TEST_F(TextEmitter, MixedRunsMatchASimpleModel)
+{
+    run(u"a");
+    // Every alignment of plain text against escapes, octal codes, control
+    // code points and named glyphs, checked against a one-character-at-a-
+    // time model of the string rules.
+    std::u16string const pieces[] = {u"(", u")", u"\\", u"\u00e9", u"\u2022", u"\u0085", u"~", u"\u007f", u" "};
+    std::u16string text;
+    for (int i = 0; text.size() < CBUF_SIZE; ++i) {
+        text += std::u16string(static_cast<size_t>(i % 19), u'a' + static_cast<char16_t>(i % 26));
+        text += pieces[static_cast<size_t>(i) % std::size(pieces)];
+    }
+    text.resize(CBUF_SIZE);
+    std::string expected = "(";
+    for (char16_t c : text) {
+        if (c == u'\u2022') {
+            expected += ")S /bullet GS (";
+        } else if (c == u'(' || c == u')' || c == u'\\') {
+            expected += '\\';
+            expected += static_cast<char>(c);
+        } else if (c == 0x85) {
+            expected += ' ';
+        } else if (c >= 0x7f) {
+            char oct[8];
+            std::snprintf(oct, sizeof oct, "\\%03o", static_cast<unsigned>(c == 0x7f ? 0x20 : c));
+            expected += c == 0x7f ? std::string(" ") : std::string(oct);
+        } else {
+            expected += static_cast<char>(c);
+        }
+    }
+    expected += ")S\n";
+    EXPECT_EQ(run(text), expected);
 }
 
 }  // namespace

@@ -1,10 +1,15 @@
 #include "pcl/ps/text_emitter.h"
 
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "config_store.h"
 #include "pcl/environment.h"
@@ -77,10 +82,15 @@ constexpr size_t kOutCap = 16384;
 char out_buf[kOutCap];
 size_t out_len;
 
+inline void write_out(char const* s, size_t n)
+{
+    std::fwrite(s, 1, n, outfp);
+}
+
 void out_flush()
 {
     if (out_len) {
-        std::fwrite(out_buf, 1, out_len, outfp);
+        write_out(out_buf, out_len);
         out_len = 0;
     }
 }
@@ -95,7 +105,7 @@ void out_text(char const* s, size_t n)
 {
     if (n > kOutCap / 2) {
         out_flush();
-        std::fwrite(s, 1, n, outfp);
+        write_out(s, n);
         return;
     }
     out_reserve(n);
@@ -110,27 +120,38 @@ void out_text(char const* s)
 
 // "%g" of a double. Positions repeat a lot (every line starts at the same
 // x, every page has the same line positions), so the formatted text is
-// cached by the value's bit pattern; a miss formats with snprintf, so the
-// text is always exactly printf's.
+// cached by the value's bit pattern in a small two-way set-associative
+// table; a miss formats with snprintf, so the text is always exactly
+// printf's.
 struct number_text {
     uint64_t bits;
     uint8_t len;
     bool valid;
-    char text[30];
+    char text[22];
 };
-number_text number_cache[512];
+struct number_set {
+    number_text way[2];
+    uint8_t next_victim;
+};
+number_set number_cache[512];
 
 void out_number(double v)
 {
     uint64_t bits;
     std::memcpy(&bits, &v, sizeof bits);
-    number_text& e = number_cache[(bits * 0x9E3779B97F4A7C15ull) >> 55];
-    if (!e.valid || e.bits != bits) {
-        int const n = std::snprintf(e.text, sizeof e.text, "%g", v);
-        e.len = static_cast<uint8_t>(n > 0 && n < static_cast<int>(sizeof e.text) ? n : 0);
-        e.bits = bits;
-        e.valid = true;
+    number_set& set = number_cache[(bits * 0x9E3779B97F4A7C15ull) >> 55];
+    for (number_text const& e : set.way) {
+        if (e.valid && e.bits == bits) {
+            out_text(e.text, e.len);
+            return;
+        }
     }
+    number_text& e = set.way[set.next_victim];
+    set.next_victim ^= 1;
+    int const n = std::snprintf(e.text, sizeof e.text, "%g", v);
+    e.len = static_cast<uint8_t>(n > 0 && n < static_cast<int>(sizeof e.text) ? n : 0);
+    e.bits = bits;
+    e.valid = true;
     out_text(e.text, e.len);
 }
 
@@ -252,26 +273,78 @@ void out_named_glyph(char const* name, int ul)
     out_text("(", 1);
 }
 
-// One character that the font's encoding addresses: escaped for a
-// PostScript string, octal from 0x7F up.
-inline void out_code(unsigned c)
+// How a byte of the font's encoding is written inside a PostScript string:
+// as itself, after a backslash, or as a backslash and three octal digits.
+enum : uint8_t { CODE_PLAIN, CODE_ESCAPED, CODE_OCTAL };
+constexpr auto code_kind = [] {
+    std::array<uint8_t, 256> k{};
+    for (int c = 0; c < 256; ++c)
+        k[c] = c >= 0x7f ? CODE_OCTAL : CODE_PLAIN;
+    k['('] = k[')'] = k['\\'] = CODE_ESCAPED;
+    return k;
+}();
+
+// Writes one code at p (which has room for 4 bytes); returns the new end.
+inline char* put_code(char* p, unsigned c)
 {
-    out_reserve(4);
-    char* p = out_buf + out_len;
-    if (c == '(' || c == ')' || c == '\\') {
-        p[0] = '\\';
-        p[1] = static_cast<char>(c);
-        out_len += 2;
-    } else if (c < 0x7f) {
-        p[0] = static_cast<char>(c);
-        out_len += 1;
-    } else {
-        p[0] = '\\';
-        p[1] = static_cast<char>('0' + ((c >> 6) & 7));
-        p[2] = static_cast<char>('0' + ((c >> 3) & 7));
-        p[3] = static_cast<char>('0' + (c & 7));
-        out_len += 4;
+    switch (code_kind[c & 0xff]) {
+    case CODE_PLAIN:
+        *p++ = static_cast<char>(c);
+        break;
+    case CODE_ESCAPED:
+        *p++ = '\\';
+        *p++ = static_cast<char>(c);
+        break;
+    default:
+        *p++ = '\\';
+        *p++ = static_cast<char>('0' + ((c >> 6) & 7));
+        *p++ = static_cast<char>('0' + ((c >> 3) & 7));
+        *p++ = static_cast<char>('0' + (c & 7));
+        break;
     }
+    return p;
+}
+
+// Copies the leading code points of codes[0..n) that are printable ASCII
+// needing no escape (the common case of report text in a Latin-1 font)
+// straight to p; returns how many were copied.
+inline int copy_plain_ascii(uint16_t const* codes, int n, char* p)
+{
+    int i = 0;
+#if defined(__SSE2__)
+    __m128i const lo = _mm_set1_epi16(0x1f);
+    __m128i const hi = _mm_set1_epi16(0x7f);
+    __m128i const open = _mm_set1_epi16('(');
+    __m128i const close = _mm_set1_epi16(')');
+    __m128i const backslash = _mm_set1_epi16('\\');
+    for (; i + 8 <= n; i += 8) {
+        __m128i const v = _mm_loadu_si128(reinterpret_cast<__m128i const*>(codes + i));
+        // Code points from 0x8000 up compare as negative and fail the
+        // lower bound.
+        __m128i const in_range = _mm_and_si128(_mm_cmpgt_epi16(v, lo), _mm_cmplt_epi16(v, hi));
+        __m128i const special = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi16(v, open), _mm_cmpeq_epi16(v, close)),
+                                             _mm_cmpeq_epi16(v, backslash));
+        if (_mm_movemask_epi8(_mm_andnot_si128(special, in_range)) != 0xffff)
+            break;
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(p + i), _mm_packus_epi16(v, v));
+    }
+#endif
+    for (; i < n; ++i) {
+        unsigned const c = codes[i];
+        if (c - 0x20u >= 0x5fu || code_kind[c] != CODE_PLAIN)
+            break;
+        p[i] = static_cast<char>(c);
+    }
+    return i;
+}
+
+// Worst-case size of the escaped characters i..count-1 plus the closing
+// ")S\n"; always fits in the buffer since a run holds at most CBUF_SIZE.
+static_assert(4 * CBUF_SIZE + 8 <= kOutCap);
+inline char* reserve_rest(int remaining)
+{
+    out_reserve(4 * static_cast<size_t>(remaining) + 8);
+    return out_buf + out_len;
 }
 
 }  // namespace
@@ -311,12 +384,20 @@ void ps_flush(uint16_t const* codes, int count)
     out_text("(", 1);
 
     int const enc = ps_font_enc;
+    char* p = reserve_rest(count);
     for (int i = 0; i < count; ++i) {
+        if (enc == 0) {
+            int const plain = copy_plain_ascii(codes + i, count - i, p);
+            p += plain;
+            i += plain;
+            if (i == count)
+                break;
+        }
         unsigned const cp = codes[i];
         // Printable ASCII is its own code in the Latin-1 text fonts; only
         // the rest needs the glyph map.
-        if (enc == 0 && cp >= 0x20 && cp < 0x7f) {
-            out_code(cp);
+        if (enc == 0 && cp - 0x20u < 0x5fu) {
+            p = put_code(p, cp);
             continue;
         }
         unsigned ps_code = 0;
@@ -324,16 +405,19 @@ void ps_flush(uint16_t const* codes, int count)
         if (ps_code != 0) {
             if (ps_code < 0x20 || ps_code > 0xff)
                 invariant_failed("ps_code >= 0x20 && ps_code <= 0xff");
-            out_code(ps_code);
+            p = put_code(p, ps_code);
             continue;
         }
         if (!name)
             invariant_failed("sym != NULL");
+        out_len = static_cast<size_t>(p - out_buf);
         out_named_glyph(name, ul);
+        p = reserve_rest(count - i - 1);
     }
 
     // Close the string as ps_endemit does, in the same buffer.
-    out_text(emitting == 2 ? ")U\n" : ")S\n", 3);
+    std::memcpy(p, emitting == 2 ? ")U\n" : ")S\n", 3);
+    out_len = static_cast<size_t>(p + 3 - out_buf);
     emitting = 0;
     out_flush();
 }
