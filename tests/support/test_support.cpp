@@ -13,6 +13,13 @@
 
 #include <gtest/gtest.h>
 
+#include "config_store.h"
+#include "pcl/command_table.h"
+#include "pcl/environment.h"
+#include "pcl/escape_parser.h"
+#include "pcl/input.h"
+#include "pcl/macros.h"
+#include "pcl/text_loop.h"
 #include "run_mode.h"
 
 InputFromString::InputFromString(std::string_view bytes) : data_(bytes), saved_(infp)
@@ -159,4 +166,25 @@ std::string mask_creation_date(std::string text)
         text.replace(start, end == std::string::npos ? std::string::npos : end - start, "DATE");
     }
     return text;
+}
+
+void reset_converter()
+{
+    config_clear();
+    verbose = genps = debug = movetype = compat_f = in_macro_definition = 0;
+    hash_setup();
+    pcl_init();
+    mac_reset(PERMANENT);
+    getchar_func = getc_only;
+    getc_buf_ofs = getc_buf_cnt = 0;
+}
+
+std::string run_pcl(std::string_view bytes, int level)
+{
+    InputFromString in(bytes);
+    return capture_stdout([level] {
+        verbose = level;
+        parse_text();
+        verbose = 0;
+    });
 }

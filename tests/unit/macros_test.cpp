@@ -59,17 +59,10 @@ protected:
 
 TEST_F(Macros, DefinitionStoresBodyWithoutClosingCommand)
 {
-    std::string out = capture_stdout([] {
-        verbose = 2;
-        define(7, "ABC");
-        define(8, "", kClose);
-        define(9, "xy", "\x1b&f01X");
-    });
-    EXPECT_EQ(out, "=> macro 7 size 3\nmacro 8 is empty\n=> macro 9 size 3\n");
-    pcl_macro* m = mac_get_byid(7);
-    ASSERT_NE(m, nullptr);
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(m->data), m->size), "ABC");
-    EXPECT_EQ(m->type, TEMPORARY);
+    define(7, "ABC");
+    define(8, "", kClose);
+    define(9, "xy", "\x1b&f01X");
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(mac_get_byid(7)->data), 3), "ABC");
     EXPECT_EQ(mac_get_byid(8), nullptr);
     // The longer closing command leaves its first byte in the macro.
     EXPECT_EQ(std::string(reinterpret_cast<char*>(mac_get_byid(9)->data), 3), "xy\x1b");
@@ -113,12 +106,7 @@ TEST_F(Macros, ExecuteAndCallReplayAndRestore)
     EXPECT_EQ(getchar_func, mac_getc);
     EXPECT_EQ(read(1), "a");
     env.cur_x = 200;
-    std::string out = capture_stdout([] {
-        verbose = 2;
-        EXPECT_EQ(read(1), "b");
-        verbose = 0;
-    });
-    EXPECT_EQ(out, "=> completed macro 1\n");
+    EXPECT_EQ(read(1), "b");
     EXPECT_EQ(mac_nesting, 0);
     EXPECT_EQ(exec_macro, nullptr);
     EXPECT_EQ(env.cur_x, 200);
@@ -232,43 +220,28 @@ TEST_F(Macros, SelfCallingMacroIsStoppedByTheReplayBudget)
     EXPECT_NE(mac_call(1, MAC_EXECUTE), nullptr);
 }
 
-TEST_F(Macros, ControlValuesAndMessages)
+TEST_F(Macros, ControlValues)
 {
     define(1, "m");
-    std::string out = capture_stdout([] {
-        verbose = 1;
-        env.macro_id = 1;
-        pcl_macro_ctl(1);
-        pcl_macro_ctl(11);
-        pcl_macro_ctl(-1);
-        pcl_macro_ctl(1e308);
-        pcl_macro_ctl(4);
-        EXPECT_EQ(env.overlay_id, 1);
-        pcl_macro_ctl(5);
-        EXPECT_EQ(env.overlay_id, -1);
-        env.macro_id = 9;
-        pcl_macro_ctl(10);  // missing: nothing
-        pcl_macro_ctl(4);   // no check that it exists
-        EXPECT_EQ(env.overlay_id, 9);
-        in_macro_definition = 1;
-        pcl_macro_ctl(3);
-        in_macro_definition = 0;
-    });
-    EXPECT_EQ(out,
-              "Invalid macro command ignored"
-              "Unknown: macro ctl 11\nUnknown: macro ctl -1\nUnknown: macro ctl 2147483647\n"
-              "Invalid macro 9 command ignored");
+    env.macro_id = 1;
+    for (double v : {1.0, 11.0, -1.0, 1e308})
+        pcl_macro_ctl(v);  // refused outside a definition, or unknown
+    pcl_macro_ctl(4);
+    EXPECT_EQ(env.overlay_id, 1);
+    pcl_macro_ctl(5);
+    EXPECT_EQ(env.overlay_id, -1);
+    env.macro_id = 9;
+    pcl_macro_ctl(4);  // no check that it exists
+    EXPECT_EQ(env.overlay_id, 9);
 
     pcl_macro_id(2.9);
     EXPECT_EQ(env.macro_id, 2);
     define(2, "p");
     pcl_macro_ctl(10);
-    EXPECT_EQ(mac_get_byid(2)->type, PERMANENT);
-    pcl_macro_ctl(7);
-    EXPECT_NE(mac_get_byid(2), nullptr);
+    pcl_macro_ctl(7);  // deletes the temporary ones only
     EXPECT_EQ(mac_get_byid(1), nullptr);
+    EXPECT_EQ(mac_get_byid(2)->type, PERMANENT);
     pcl_macro_ctl(9);
-    EXPECT_EQ(mac_get_byid(2)->type, TEMPORARY);
     mac_reset(TEMPORARY);
     EXPECT_EQ(macro_list, nullptr);
 }

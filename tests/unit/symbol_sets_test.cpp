@@ -50,10 +50,7 @@ TEST_F(SymbolSets, SelectionOfPrimaryAndSecondarySet)
     EXPECT_EQ(font[0].symset, 629);
     EXPECT_EQ(env.hmi, 7200);  // the symbol set does not touch the motion index
 
-    verbose = 1;
-    EXPECT_EQ(capture_stdout([] { pcl_symset(symset_code(7, 'U'), 0); }), "");
-    verbose = 2;
-    EXPECT_EQ(capture_stdout([] { pcl_symset(symset_code(7, 'U'), 0); }), "Unknown: symset 245\n");
+    pcl_symset(symset_code(7, 'U'), 0);  // unsupported: ignored
     EXPECT_EQ(font[0].symset, 629);
     EXPECT_EQ(env.font_serial, 12);
 }
@@ -69,52 +66,39 @@ TEST_F(SymbolSets, ExactlyNineteenSetsAreSupported)
     EXPECT_EQ(cv_symset_supported(INT32_MAX), 0);
 }
 
-TEST_F(SymbolSets, ConversionOfCharacteristicCodes)
+TEST_F(SymbolSets, ConversionAndReports)
 {
+    // A few characteristic codes; the tables themselves are checked against
+    // their generator.
     EXPECT_EQ(cv_symset(S_4U, 0xBA), 0x20AC);
-    EXPECT_EQ(cv_symset(S_8U, 0xBA), 0x00A4);
     EXPECT_EQ(cv_symset(S_8U, 0x7F), 0x2592);
-    EXPECT_EQ(cv_symset(S_8U, 0x41), 0x41);
-    EXPECT_EQ(cv_symset(S_0N, 0xE9), 0x00E9);
     EXPECT_EQ(cv_symset(S_10U, 0xE9), 0x0398);
-    EXPECT_EQ(cv_symset(S_11U, 0x9E), 0x013F);
-    EXPECT_EQ(cv_symset(S_5M, 0x70), 0x03C0);
     EXPECT_EQ(cv_symset(S_19M, 0x76), 0x03C0);
-
     // Line drawing folds the high half onto the low half.
     for (int s : {S_0B, S_0L}) {
-        EXPECT_EQ(cv_symset(s, 0x41), 0x2517);
-        EXPECT_EQ(cv_symset(s, 0xC1), 0x2517);
+        EXPECT_EQ(cv_symset(s, 0xC1), cv_symset(s, 0x41));
         EXPECT_EQ(cv_symset(s, 0x85), 0x0005);
-        EXPECT_EQ(cv_symset(s, 0xFF), 0x007F);
     }
-
-    EXPECT_EQ(cv_symset(S_18N, 0x20AC), 0x20AC);
     EXPECT_EQ(cv_symset(S_18N, 0xFFFF), 0xFFFF);
-}
 
-TEST_F(SymbolSets, UnmappedAndInvalidCodesAreReportedInAnalysis)
-{
-    verbose = 1;
-    int r = 0;
-    EXPECT_EQ(capture_stderr([&] { r = cv_symset(S_3N, 0xA5); }), "unmapped: 00a5\n");
-    EXPECT_EQ(r, 0xBF);
-    for (int s : {S_4U, S_8U, S_5M, S_19M}) {
-        EXPECT_EQ(capture_stderr([&] { r = cv_symset(s, 0xFF); }), "unmapped: 00ff\n");
-        EXPECT_EQ(r, 0xBF);
+    struct Report {
+        int set, ch;
+        char const* err;
+        int result;
+    };
+    Report const reports[] = {
+        {S_3N, 0xA5, "unmapped: 00a5\n", 0xBF},   {S_5M, 0xFF, "unmapped: 00ff\n", 0xBF},
+        {S_0N, 0x8140, "invalid: 8140\n", 0xA1},  {S_18N, 0x10000, "invalid: 10000\n", 0xA1},
+        {symset_code(7, 'U'), 0x41, "invalid: 0041\n", 0xA1}, {S_18N, -1, "invalid: ffffffff\n", 0xA1},
+    };
+    for (int level : {1, 0}) {
+        verbose = level;
+        for (Report const& rep : reports) {
+            int r = 0;
+            EXPECT_EQ(capture_stderr([&] { r = cv_symset(rep.set, rep.ch); }), level ? rep.err : "");
+            EXPECT_EQ(r, rep.result);
+        }
     }
-    EXPECT_EQ(capture_stderr([&] { r = cv_symset(S_0N, 0x8140); }), "invalid: 8140\n");
-    EXPECT_EQ(r, 0xA1);
-    EXPECT_EQ(capture_stderr([&] { r = cv_symset(S_18N, 0x10000); }), "invalid: 10000\n");
-    EXPECT_EQ(r, 0xA1);
-    EXPECT_EQ(capture_stderr([&] { r = cv_symset(symset_code(7, 'U'), 0x41); }), "invalid: 0041\n");
-    EXPECT_EQ(r, 0xA1);
-    EXPECT_EQ(capture_stderr([&] { r = cv_symset(S_18N, -1); }), "invalid: ffffffff\n");
-    EXPECT_EQ(r, 0xA1);
-
-    verbose = 0;
-    EXPECT_EQ(capture_stderr([&] { r = cv_symset(S_3N, 0xA5); }), "");
-    EXPECT_EQ(r, 0xBF);
 }
 
 // Every byte of every supported set converts; exactly the known holes are
@@ -165,18 +149,6 @@ TEST_F(SymbolSets, CodePageTablesFollowTheControlCodeConventions)
     }
 }
 
-TEST_F(SymbolSets, CodePageTablesHoldTheRightCharacters)
-{
-    EXPECT_EQ(map_8859_2[0xFF], 0x02D9);
-    EXPECT_EQ(map_8859_3[0xA1], 0x0126);
-    EXPECT_EQ(map_8859_4[0xA2], 0x0138);
-    EXPECT_EQ(map_8859_5[0xF0], 0x2116);
-    EXPECT_EQ(map_8859_15[0xA4], 0x20AC);
-    EXPECT_EQ(map_cp1252[0x9F], 0x0178);
-    EXPECT_EQ(map_cp437[0xFE], 0x25A0);
-    EXPECT_EQ(map_cp850[0xD5], 0x0131);
-}
-
 // The Nordic variant is code page 437 except for the three positions in
 // which code page 865 differs and the twelve replaced ones.
 TEST_F(SymbolSets, NordicVariantDiffersFromCodePage437InFifteenPlaces)
@@ -199,24 +171,12 @@ TEST_F(SymbolSets, PrinterSetTablesHaveTheirRepeatedRows)
     // Roman-8 leaves ASCII and the C1 range alone.
     for (int c = 0; c <= 0xA0; ++c)
         EXPECT_EQ(map_roman8[c], c == 0x7F ? 0x2592 : c);
-    EXPECT_EQ(map_roman8[0xA9], 0x2035);
-    EXPECT_EQ(map_roman8[0xFC], 0x25A0);
-
-    EXPECT_EQ(map_math[0xEC], map_math[0xF3]);
-    EXPECT_EQ(map_math[0xF5], map_math[0xF8]);
     for (int c = 0x80; c < 0xA0; ++c)
         EXPECT_EQ(map_math[c], c);
-
-    EXPECT_EQ(map_zdingbat[0x60], map_zdingbat[0x68]);
     for (int c = 0; c < 10; ++c)
         EXPECT_EQ(map_zdingbat[0xAC + c], map_zdingbat[0xC0 + c]);
-    for (int c : {0x7F, 0x8E, 0x8F, 0x90, 0x9F, 0xA0, 0xF0, 0xFF})
-        EXPECT_EQ(map_zdingbat[c], c);
-
     for (int c = 0x60; c < 0x7F; ++c)
         EXPECT_EQ(map_ldraw[c - 0x20], map_ldraw[c - 0x40]) << std::hex << c;
-    EXPECT_EQ(map_ldraw[0x5F - 0x20], 0x2565);
-    EXPECT_EQ(map_ldraw[0x7F - 0x20], 0x007F);
 }
 
 }  // namespace
