@@ -33,6 +33,7 @@ protected:
 
 TEST_F(ConfigStore, FileSyntaxSectionsQuotesAndComments)
 {
+    using namespace std::string_literals;
     ASSERT_EQ(read("top = before any header\n"
                    "[ghostscript ]\n"
                    "gs = /usr/bin/gs ; the interpreter\n"
@@ -49,9 +50,11 @@ TEST_F(ConfigStore, FileSyntaxSectionsQuotesAndComments)
                    "empty =\n"
                    "[tray1] junk after\n"
                    "[unclosed = item\n"
-                   "last=no newline"),
+                   "[   ]\nb=2\n\x01\xff\x00=junk\n"  // a blank header is the unnamed section
+                   "[TRAY1]\n"
+                   "last=no newline"s),
               0);
-    EXPECT_EQ(dump(""), "TOP=before any header\n");
+    EXPECT_EQ(dump(""), "TOP=before any header\nB=2\n");
     EXPECT_EQ(dump("GHOSTSCRIPT"),
               "GS=/usr/bin/gs\n"
               "OPT=-dX;y\n"
@@ -65,14 +68,6 @@ TEST_F(ConfigStore, FileSyntaxSectionsQuotesAndComments)
     EXPECT_STREQ(config_get_option("ghostscript", "Gs", nullptr), "/usr/bin/gs");
     EXPECT_STREQ(config_get_option("GHOSTSCRIPT", "EMPTY", "dflt"), "dflt");
     EXPECT_EQ(config_get_option("GHOSTSCRIPT", "MISSING", nullptr), nullptr);
-}
-
-TEST_F(ConfigStore, EmptyAndBlankSectionHeadersAndBinaryJunk)
-{
-    using namespace std::string_literals;
-    ASSERT_EQ(read("[CONFIG]\na=1\n[   ]\nb=2\n\x01\xff\x00=junk\n[config]\nc=3\n"s), 0);
-    EXPECT_EQ(dump(""), "B=2\n");
-    EXPECT_EQ(dump("config"), "A=1\nC=3\n");
 }
 
 TEST_F(ConfigStore, FirstEntryWinsAndWalksReturnEveryValue)

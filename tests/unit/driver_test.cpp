@@ -155,8 +155,9 @@ TEST(Driver, ExitStatusOfTheInterpreter)
         args.insert(args.end(), c.modes.begin(), c.modes.end());
         RunResult r = run_tarvo(args, c.input, {}, env);
         EXPECT_EQ(r.status, c.status) << c.gs;
-        if (c.err)
+        if (c.err) {
             EXPECT_EQ(r.err, c.err) << c.gs;
+        }
     }
 }
 

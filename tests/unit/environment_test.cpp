@@ -106,29 +106,17 @@ TEST_F(Environment, PageLengthAdaptsOrRefusesTheSpacing)
     EXPECT_EQ(env.left_margin, 7200);
 }
 
-TEST_F(Environment, MarginsTextLengthAndPerforationSkip)
+// The vertical page model's traces are the env_page_model golden case.
+TEST_F(Environment, HorizontalMargins)
 {
-    pcl_margin_top(6);
-    pcl_margin_top(-1);
-    pcl_margin_top(71);  // below the page
-    EXPECT_EQ(page(), (Page{561120, 841680, 17040, 72000, 733680, 81000}));
-    pcl_perfskip(1);  // unchanged: margins stay
-    EXPECT_EQ(env.top_margin, 72000);
-    pcl_perfskip(0);
-    EXPECT_EQ(page(), (Page{561120, 841680, 17040, 36000, 769680, 81000}));
-    pcl_text_length(100);
-    EXPECT_EQ(env.text_length, 805680);
-    pcl_text_length(-2);
-    EXPECT_EQ(env.text_length, -24000);
-
     pcl_margin_left(10);
     EXPECT_EQ(env.cur_x, 72000);
     env.cur_x = 500000;
-    pcl_margin_right(5);  // left of the left margin: refused, cursor pulled back
+    pcl_margin_right(5);  // left of the left margin: refused
     pcl_margin_left(-1);
     pcl_margin_left(100);
     EXPECT_EQ((std::array{env.left_margin, env.right_margin, env.cur_x}), (std::array{72000, 561120, 500000}));
-    pcl_margin_right(60);
+    pcl_margin_right(60);  // the cursor is pulled back
     EXPECT_EQ(env.cur_x, 432000);
     pcl_margin_right(1000);
     EXPECT_EQ(env.right_margin, 561120);

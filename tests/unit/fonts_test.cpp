@@ -38,54 +38,27 @@ protected:
     }
 };
 
-TEST_F(Fonts, PointSizeAndPitchDeriveHmi)
+// The derived pitch and motion index of common cases show in the
+// font_commands golden case.
+TEST_F(Fonts, EntriesAndTheActiveMotionIndex)
 {
-    pcl_font_spacing(1);
+    font[0].pitch = 12.0;  // a fixed entry keeps its pitch
     pcl_font_size(12);
-    EXPECT_DOUBLE_EQ(font[0].pitch, 10.0);
-    // 72000 / 17.142857142857146 is 4199.999999999999: truncated, not rounded.
-    pcl_font_size(7);
-    EXPECT_EQ(font[0].pitch, 17.142857142857146);
-    EXPECT_EQ(env.hmi, 4199);
-    EXPECT_EQ(env.font_serial, 103);
+    EXPECT_EQ((std::pair{font[0].pitch, env.hmi}), (std::pair{12.0, 6000}));
 
-    // A fixed entry keeps its pitch.
-    font[0].spacing = 0;
-    font[0].pitch = 12.0;
-    pcl_font_size(12);
-    EXPECT_EQ(font[0].pitch, 12.0);
-    EXPECT_EQ(env.hmi, 6000);
-
-    // The pitch mode sets both entries and the active motion index.
-    fontind = 1;
-    pcl_font_pitch_mode(2);
-    EXPECT_EQ(font[0].pitch, 16.67);
-    EXPECT_EQ(font[1].pitch, 16.67);
-    EXPECT_EQ(env.hmi, 4319);
-    pcl_font_pitch_mode(0);
-    EXPECT_EQ(env.hmi, 7200);
-}
-
-TEST_F(Fonts, ChangesToInactiveEntryWaitForShift)
-{
+    // Changes to the inactive entry wait for the shift.
     fontind = 1;
     pcl_font_pitch(16.67);
-    pcl_font_size(8);
-    pcl_font_style(1);
-    pcl_font_stroke(3);
-    pcl_font_typeface(4);
-    pcl_font_spacing(1);
     pcl_font_byid(9, 1);
-    EXPECT_EQ(font[1].pitch, 16.67);
-    EXPECT_EQ(font[1].id, 9);
-    EXPECT_EQ(env.hmi, 7200);
-    EXPECT_EQ(env.font_serial, 100);
-    EXPECT_EQ(font[0].pitch, 10.0);
-
+    EXPECT_EQ((std::pair{font[1].pitch, font[1].id}), (std::pair{16.67, 9}));
+    EXPECT_EQ((std::pair{env.hmi, env.font_serial}), (std::pair{6000, 101}));
     env.font_sel = 1;
     pcl_font_pitch(12);
-    EXPECT_EQ(env.hmi, 6000);
-    EXPECT_EQ(env.font_serial, 101);
+    EXPECT_EQ((std::pair{env.hmi, env.font_serial}), (std::pair{6000, 102}));
+
+    // The pitch mode sets both entries.
+    pcl_font_pitch_mode(2);
+    EXPECT_EQ((std::pair{font[0].pitch, font[1].pitch}), (std::pair{16.67, 16.67}));
 }
 
 TEST_F(Fonts, RejectedAndHostileValues)

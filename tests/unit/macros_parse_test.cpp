@@ -1,7 +1,7 @@
 // Macros through the whole reader: definitions, calls and overlays written
 // as PCL and run by the text loop, including input built to make the replay
-// misbehave (self-calling macros, overlays cut inside a sequence, resets and
-// definitions from inside a replay, macros deleted while they run).
+// misbehave. Resets, definitions and deletions from inside a replay are the
+// mac_replay and mac_hostile golden cases.
 #include <chrono>
 #include <string>
 
@@ -121,66 +121,6 @@ TEST_F(MacroParse, OverlayCutInsideASequenceEndsItsLoopOnce)
         EXPECT_EQ(mac_nesting, 0);
         EXPECT_EQ(getchar_func, getc_only);
     }
-}
-
-TEST_F(MacroParse, ResetInsideAnOverlayEndsItCleanly)
-{
-    // Under UTF-8 parsing the recorder swallows the ESC after 0xC3, so the
-    // stored overlay holds a reset that acts when replayed byte by byte.
-    for (int permanent = 0; permanent < 2; ++permanent) {
-        SCOPED_TRACE(permanent);
-        reset_converter();
-        std::string pcl = E + "&t83P" + define(1, "o\xC3"s + E + "Ep") + E + "&t0P";
-        if (permanent)
-            pcl += ctl(10);
-        pcl += ctl(4) + "x\x0c" + "AFTER";
-        std::string const trace = run(pcl);
-        EXPECT_EQ(trace.find("p\""), std::string::npos);
-        EXPECT_NE(trace.find("Char (5) \"AFTER\"\n"), std::string::npos);
-        EXPECT_EQ(mac_nesting, 0);
-        EXPECT_EQ(env.overlay_id, -1);
-        EXPECT_EQ(mac_get_byid(1) != nullptr, permanent == 1);
-        EXPECT_EQ(env.cur_x, env.left_margin + 5 * env.hmi);
-    }
-}
-
-TEST_F(MacroParse, DefinitionStartedByAnOverlayRecordsTheFile)
-{
-    // The start command inside the body is only noted while recording, and
-    // acts when the overlay replays it.
-    std::string pcl = define(1, "o"s + select(7) + ctl(0)) + select(1) + ctl(4) + "x\x0c";
-    pcl += "REC"s + ctl(1) + select(7) + ctl(2);
-    std::string const trace = run(pcl);
-    ASSERT_NE(mac_get_byid(7), nullptr);
-    EXPECT_EQ(mac_get_byid(7)->size, 3);
-    EXPECT_NE(trace.find("Invalid macro 1 command ignored"), std::string::npos);
-    EXPECT_NE(trace.find("Char (3) \"REC\"\n"), std::string::npos);
-    EXPECT_EQ(in_macro_definition, 0);
-    EXPECT_EQ(getchar_func, getc_only);
-}
-
-TEST_F(MacroParse, DeletingOrRedefiningTheRunningMacro)
-{
-    // Deletes itself mid-way and finishes; afterwards it is gone.
-    std::string pcl = define(3, "a"s + select(3) + ctl(8) + "b") + select(3) + ctl(2);
-    // Deletes everything from a called macro inside an overlay.
-    pcl += define(4, "c"s + ctl(6) + "d") + define(5, "e"s + select(4) + ctl(3) + "f") + select(5) + ctl(4) + "\x0c";
-    pcl += select(3) + ctl(2);
-    std::string const trace = run(pcl);
-    EXPECT_NE(trace.find("Char (1) \"a\"\n"), std::string::npos);
-    EXPECT_NE(trace.find("Char (1) \"b\"\n"), std::string::npos);
-    // The called macro's last character and the overlay's rest form one run.
-    EXPECT_NE(trace.find("Char (2) \"df\"\n"), std::string::npos);
-    EXPECT_NE(trace.find("macro 3 does not exist\n"), std::string::npos);
-    EXPECT_EQ(macro_list, nullptr);
-
-    // Redefining itself: the level ends, the file is recorded.
-    std::string const again = define(6, "g"s + select(6) + ctl(0) + "h") + select(6) + ctl(2) + "NEW" + ctl(1) + ctl(2);
-    std::string const trace2 = run(again);
-    ASSERT_NE(mac_get_byid(6), nullptr);
-    EXPECT_EQ(mac_get_byid(6)->size, 3);
-    EXPECT_EQ(trace2.find("Char (1) \"h\""), std::string::npos);
-    EXPECT_EQ(trace2.rfind("Char (3) \"NEW\"\n") + 15, trace2.size());
 }
 
 TEST_F(MacroParse, DefinitionOverTheSizeLimitIsDroppedOnce)

@@ -220,30 +220,4 @@ TEST_F(Macros, SelfCallingMacroIsStoppedByTheReplayBudget)
     EXPECT_NE(mac_call(1, MAC_EXECUTE), nullptr);
 }
 
-TEST_F(Macros, ControlValues)
-{
-    define(1, "m");
-    env.macro_id = 1;
-    for (double v : {1.0, 11.0, -1.0, 1e308})
-        pcl_macro_ctl(v);  // refused outside a definition, or unknown
-    pcl_macro_ctl(4);
-    EXPECT_EQ(env.overlay_id, 1);
-    pcl_macro_ctl(5);
-    EXPECT_EQ(env.overlay_id, -1);
-    env.macro_id = 9;
-    pcl_macro_ctl(4);  // no check that it exists
-    EXPECT_EQ(env.overlay_id, 9);
-
-    pcl_macro_id(2.9);
-    EXPECT_EQ(env.macro_id, 2);
-    define(2, "p");
-    pcl_macro_ctl(10);
-    pcl_macro_ctl(7);  // deletes the temporary ones only
-    EXPECT_EQ(mac_get_byid(1), nullptr);
-    EXPECT_EQ(mac_get_byid(2)->type, PERMANENT);
-    pcl_macro_ctl(9);
-    mac_reset(TEMPORARY);
-    EXPECT_EQ(macro_list, nullptr);
-}
-
 }  // namespace
