@@ -1,12 +1,6 @@
-#include <cstring>
 #include <set>
-#include <string>
 
-#include <gtest/gtest.h>
-
-#include "pcl/command_table.h"
-#include "run_mode.h"
-#include "test_support.h"
+#include "converter_test.h"
 
 namespace {
 

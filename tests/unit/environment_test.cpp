@@ -1,17 +1,4 @@
-#include <array>
-#include <cmath>
-#include <cstring>
-#include <limits>
-
-#include <gtest/gtest.h>
-
-#include "config_store.h"
-#include "pcl/cursor.h"
-#include "pcl/environment.h"
-#include "pcl/fonts.h"
-#include "run_mode.h"
-#include "symbol_sets.h"
-#include "test_support.h"
+#include "converter_test.h"
 
 namespace {
 

@@ -1,20 +1,7 @@
-#include <cmath>
 #include <cstdlib>
 #include <iterator>
-#include <string>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include "pcl/command_table.h"
-#include "pcl/environment.h"
-#include "pcl/fonts.h"
-#include "pcl/escape_parser.h"
-#include "pcl/input.h"
-#include "pcl/macros.h"
-#include "pcl/text_loop.h"
-#include "run_mode.h"
-#include "test_support.h"
+#include "converter_test.h"
 
 namespace {
 

@@ -1,16 +1,4 @@
-#include <cmath>
-#include <cstring>
-#include <cstdint>
-#include <limits>
-#include <string>
-
-#include <gtest/gtest.h>
-
-#include "pcl/environment.h"
-#include "pcl/escape_parser.h"
-#include "pcl/fonts.h"
-#include "run_mode.h"
-#include "test_support.h"
+#include "converter_test.h"
 
 namespace {
 

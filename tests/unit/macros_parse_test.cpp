@@ -3,19 +3,8 @@
 // misbehave. Resets, definitions and deletions from inside a replay are the
 // mac_replay and mac_hostile golden cases.
 #include <chrono>
-#include <string>
 
-#include <gtest/gtest.h>
-
-#include "config_store.h"
-#include "pcl/command_table.h"
-#include "pcl/environment.h"
-#include "pcl/fonts.h"
-#include "pcl/input.h"
-#include "pcl/macros.h"
-#include "pcl/text_loop.h"
-#include "run_mode.h"
-#include "test_support.h"
+#include "converter_test.h"
 
 namespace {
 

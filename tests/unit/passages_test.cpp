@@ -1,13 +1,5 @@
-#include <string>
-#include <vector>
-
-#include <gtest/gtest.h>
-
-#include "pcl/input.h"
-#include "pcl/macros.h"
+#include "converter_test.h"
 #include "pcl/passages.h"
-#include "run_mode.h"
-#include "test_support.h"
 
 namespace {
 

@@ -1,13 +1,5 @@
-#include <cmath>
-#include <limits>
-
-#include <gtest/gtest.h>
-
-#include "config_store.h"
-#include "pcl/environment.h"
+#include "converter_test.h"
 #include "pcl/rectangles.h"
-#include "run_mode.h"
-#include "test_support.h"
 
 namespace {
 

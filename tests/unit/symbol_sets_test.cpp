@@ -1,16 +1,7 @@
-#include <cstdint>
 #include <map>
 #include <set>
-#include <string>
-#include <vector>
 
-#include <gtest/gtest.h>
-
-#include "pcl/environment.h"
-#include "pcl/fonts.h"
-#include "run_mode.h"
-#include "symbol_sets.h"
-#include "test_support.h"
+#include "converter_test.h"
 
 namespace {
 
