@@ -78,11 +78,14 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size)
 {
     start_up();
     config_clear();
-    // Analysis output goes to standard output; keep it out of the fuzzer's log.
-    FILE* saved = stdout;
-    stdout = null_output();
+    // Analysis output and diagnostics go to the standard streams; keep them
+    // out of the fuzzer's log (sanitizer reports use the descriptor directly).
+    FILE* saved_out = stdout;
+    FILE* saved_err = stderr;
+    stdout = stderr = null_output();
     convert(data, size, 1);
     convert(data, size, 0);
-    stdout = saved;
+    stdout = saved_out;
+    stderr = saved_err;
     return 0;
 }

@@ -40,7 +40,7 @@ constexpr int MAC_MAX_NESTING = 2;
 constexpr int MAC_TMP_BUF_SIZE = 1024;
 // Work allowed between two bytes of the input file: one unit per replayed
 // byte, MAC_LEVEL_COST units per started level.
-constexpr uint64_t MAC_REPLAY_BUDGET = uint64_t{1} << 28;
+constexpr uint64_t MAC_REPLAY_BUDGET = uint64_t{1} << 24;
 constexpr uint64_t MAC_LEVEL_COST = 256;
 
 struct pcl_macro {
