@@ -34,6 +34,7 @@ constexpr char const* kDocAddress = "https://docs.zenthorax.com/tarvo/";
 constexpr char const* kOptString = ":spdaVc:o:m:gG:t:vC:";
 constexpr char const* kConfigName = "tarvo.cfg";
 constexpr size_t kOutputBufferSize = 64 * 1024;
+constexpr size_t kInputBufferSize = 64 * 1024;
 
 constexpr char const* kHelpOutput =
     "output options:\n"
@@ -272,6 +273,11 @@ int tarvo_main(int argc, char** argv)
     infp = stdin;
     int arg = optind;
     bool const from_stdin = arg >= argc;
+    // One input stream is open at a time; a large buffer saves read calls
+    // on big jobs.
+    static char in_buffer[kInputBufferSize];
+    if (from_stdin)
+        std::setvbuf(stdin, in_buffer, _IOFBF, sizeof in_buffer);
     while (from_stdin || arg < argc) {
         FilePtr in_owner;
         if (!from_stdin) {
@@ -287,6 +293,7 @@ int tarvo_main(int argc, char** argv)
                 continue;
             }
             infp = in_owner.get();
+            std::setvbuf(infp, in_buffer, _IOFBF, sizeof in_buffer);
         }
         parse_text();
         pcl_reset();

@@ -16,14 +16,6 @@ constexpr int TRANSPARENT_PRINT = 2;
 constexpr int PS_VERBATIM = 8;
 constexpr std::string_view inband_marker = "%tarvo:";
 
-// Reads and drops up to `count` raw bytes, stopping at end of input.
-void skip_bytes(unsigned count)
-{
-    for (unsigned i = 0; i < count; ++i)
-        if (pcl_getc() < 0)
-            return;
-}
-
 }  // namespace
 
 void readdesc(int kind, unsigned count)
@@ -31,7 +23,7 @@ void readdesc(int kind, unsigned count)
     // While a macro is recorded the input source copies the block into it;
     // here it is only consumed.
     if (in_macro_definition != 0) {
-        skip_bytes(count);
+        pcl_skip(count);
         return;
     }
     switch (kind) {
@@ -42,7 +34,7 @@ void readdesc(int kind, unsigned count)
         readps(count);
         break;
     default:
-        skip_bytes(count);
+        pcl_skip(count);
         break;
     }
 }

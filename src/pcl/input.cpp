@@ -1,5 +1,6 @@
 #include "pcl/input.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "pcl/environment.h"
@@ -13,9 +14,6 @@ int getc_buf_cnt;
 
 namespace {
 
-constexpr int kUtf8Method = 83;
-constexpr int kUtf8MethodAlt = 1008;
-
 void trace(char const* tag, int c)
 {
     if (c < 0)
@@ -27,10 +25,13 @@ void trace(char const* tag, int c)
 }
 
 // The raw read step: look-ahead characters first, then the input function.
+// The plain file reader without trace is inlined.
 inline int raw_getc()
 {
-    if (getc_buf_ofs < getc_buf_cnt && static_cast<unsigned>(getc_buf_ofs) < 8u)
+    if (!lookahead_empty())
         return getc_buf[getc_buf_ofs++];
+    if (getchar_func == getc_only && debug == 0) [[likely]]
+        return getc_unlocked(infp);
     return getchar_func();
 }
 
@@ -85,7 +86,7 @@ int pcl_getc() { return raw_getc(); }
 int pcl_get_char()
 {
     int c = raw_getc();
-    if (c >= 0x80 && (env.text_method == kUtf8Method || env.text_method == kUtf8MethodAlt))
+    if (c >= 0x80 && utf8_text_method())
         c = decode_utf8(c);
     if (debug) [[unlikely]]
         trace("ch", c);
@@ -96,4 +97,30 @@ void readhex(int count)
 {
     for (int i = 0; i < count; ++i)
         raw_getc();
+}
+
+void pcl_skip(unsigned count)
+{
+    while (count > 0 && !lookahead_empty()) {
+        --count;
+        if (raw_getc() < 0)
+            return;
+    }
+    if (input_is_direct()) {
+        // Straight from the file, a buffer at a time.
+        char scratch[16384];
+        while (count > 0) {
+            size_t const want = std::min<size_t>(count, sizeof scratch);
+            size_t const got = fread_unlocked(scratch, 1, want, infp);
+            count -= static_cast<unsigned>(got);
+            if (got < want)
+                return;
+        }
+        return;
+    }
+    while (count > 0) {
+        --count;
+        if (raw_getc() < 0)
+            return;
+    }
 }

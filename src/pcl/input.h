@@ -3,6 +3,9 @@
 // current text parsing method.
 #pragma once
 
+#include "pcl/environment.h"
+#include "run_mode.h"
+
 using getchar_fn = int (*)();
 
 extern getchar_fn getchar_func;
@@ -15,3 +18,32 @@ int getc_copy();
 int pcl_getc();
 int pcl_get_char();
 void readhex(int count);
+
+// Reads and drops up to `count` raw bytes (look-ahead first), stopping at
+// the end of input.
+void pcl_skip(unsigned count);
+
+// The text parsing methods whose characters are UTF-8 sequences; under any
+// other method a byte is one character.
+constexpr int UTF8_TEXT_METHOD = 83;
+constexpr int UTF8_TEXT_METHOD_ALT = 1008;
+
+inline bool utf8_text_method()
+{
+    return env.text_method == UTF8_TEXT_METHOD || env.text_method == UTF8_TEXT_METHOD_ALT;
+}
+
+// True while no look-ahead byte is pending.
+inline bool lookahead_empty()
+{
+    return !(getc_buf_ofs < getc_buf_cnt && static_cast<unsigned>(getc_buf_ofs) < 8u);
+}
+
+// True while the next raw byte is simply the next byte of `infp`: no
+// look-ahead pending, the plain file reader installed (no macro recorded or
+// replayed) and no input trace. Readers may then take bytes from `infp`
+// themselves.
+inline bool input_is_direct()
+{
+    return lookahead_empty() && getchar_func == getc_only && debug == 0;
+}

@@ -124,13 +124,65 @@ void control(int c)
     }
 }
 
+// True when the text loop may take its bytes straight from the file: see
+// input_is_direct; besides, every byte must be one character (no UTF-8
+// decoding) and no macro may be recorded.
+bool text_is_direct()
+{
+    return input_is_direct() && in_macro_definition == 0 && !utf8_text_method();
+}
+
+// Reads printable bytes (anything but the end of input, ESC and the codes
+// 0-15) straight from the file into the pending run and returns the first
+// byte that is not one. Runs of bytes that need nothing but the cached
+// conversion are added in one tight loop; the cursor then advances once by
+// the whole run, which saturates exactly as one advance per character does
+// because every step has the same sign.
+int read_text_direct()
+{
+    FILE* const fp = infp;
+    for (;;) {
+        int c = getc_unlocked(fp);
+        if (c <= 15 || c == ESC)
+            return c;
+        if (verbose || c_buf_len >= CBUF_SIZE ||
+            font[env.font_sel == 1 ? 1 : 0].symset != cbuf_fast_symset) {
+            cbuf_add_slow(c);
+            continue;
+        }
+        if (c_buf_len == 0) {
+            c_buf_curX = env.cur_x;
+            c_buf_ul = env.underline;
+        }
+        uint16_t* const start = c_buf_p;
+        uint16_t* const end = c_buf + CBUF_SIZE;
+        uint16_t* p = start;
+        *p++ = cbuf_fast_codes[c];
+        bool stopped = false;
+        while (p < end) {
+            c = getc_unlocked(fp);
+            if (c <= 15 || c == ESC) {
+                stopped = true;
+                break;
+            }
+            *p++ = cbuf_fast_codes[c];
+        }
+        int64_t const n = p - start;
+        c_buf_p = p;
+        c_buf_len += static_cast<int>(n);
+        env.cur_x = sat32(env.cur_x + n * env.hmi);
+        if (stopped)
+            return c;
+    }
+}
+
 }  // namespace
 
 void parse_text()
 {
     cbuf_init();
     for (;;) {
-        int const c = pcl_get_char();
+        int const c = text_is_direct() ? read_text_direct() : pcl_get_char();
         if (c < 0)
             break;
         if (in_macro_definition) {

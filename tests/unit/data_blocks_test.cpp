@@ -58,6 +58,21 @@ TEST_F(DataBlocks, SkippedBlocksStopAtTheirCountOrAtEndOfInput)
         EXPECT_EQ(rest(), "bc");
     }
     {
+        // Blocks larger than the skip buffer end exactly at their count.
+        InputFromString in(std::string(40000, '\x1b') + "rest");
+        readdesc(1, 40000);
+        EXPECT_EQ(rest(), "rest");
+    }
+    {
+        // Under the input trace every skipped byte is still read and traced.
+        InputFromString in("abcd");
+        debug = 1;
+        std::string const out = capture_stdout([] { readdesc(1, 2); });
+        debug = 0;
+        EXPECT_EQ(out, "in: a\nin: b\n");
+        EXPECT_EQ(rest(), "cd");
+    }
+    {
         // The largest count ends at end of input and does not keep reading.
         InputFromString in("abc");
         readdesc(5, 4294967295u);

@@ -8,6 +8,7 @@
 #include "pcl/fonts.h"
 #include "pcl/input.h"
 #include "pcl/macros.h"
+#include "pcl/text_buffer.h"
 #include "pcl/text_loop.h"
 #include "run_mode.h"
 #include "test_support.h"
@@ -163,6 +164,45 @@ TEST_F(TextLoop, DebugTracesEveryCharacter)
     verbose = 1;
     EXPECT_EQ(run(std::string("\x00", 1)),
               "in: 0x00\nch: 0x00\nChar: 0x00\nChar: 0x00\nin: EOF\nch: EOF\n");
+}
+
+TEST_F(TextLoop, RunsAdvanceAndSaturateAsOneCharacterAtATime)
+{
+    // Runs longer than the run buffer are cut into full buffers.
+    env.cur_x = 0;
+    env.hmi = 1;
+    run(std::string(2500, 'a') + "bc");
+    EXPECT_EQ(env.cur_x, 2502);
+    EXPECT_EQ(c_buf_curX, 2048);
+    EXPECT_EQ(c_buf[0], 'a');
+    EXPECT_EQ(c_buf[452], 'b');
+    EXPECT_EQ(c_buf[453], 'c');
+
+    // The cursor stops at the ends of the coordinate range, either way.
+    env.hmi = kHmi;
+    env.cur_x = INT32_MAX - 10000;
+    run("ABCDE");
+    EXPECT_EQ(env.cur_x, INT32_MAX);
+    env.hmi = -kHmi;
+    env.cur_x = INT32_MIN + 10000;
+    run("ABCDE");
+    EXPECT_EQ(env.cur_x, INT32_MIN);
+
+    // Pending look-ahead bytes come before the file's, and a control code
+    // read straight from the file still ends the run.
+    env.hmi = kHmi;
+    env.cur_x = 0;
+    getc_buf[0] = 'x';
+    getc_buf[1] = 'y';
+    getc_buf_ofs = 0;
+    getc_buf_cnt = 2;
+    run("z\x0e");
+    EXPECT_EQ(c_buf[0], 'x');
+    EXPECT_EQ(c_buf[1], 'y');
+    EXPECT_EQ(c_buf[2], 'z');
+    EXPECT_EQ(c_buf_curX, 0);
+    EXPECT_EQ(env.font_sel, 1);
+    EXPECT_EQ(env.cur_x, 3 * kHmi);
 }
 
 TEST_F(TextLoop, MacroDefinitionOnlyWatchesForEscape)
