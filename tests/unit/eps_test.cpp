@@ -1,3 +1,5 @@
+// Embedded pictures: placement from the box comments, hostile DOS headers,
+// copying by length or by filtered lines, overlay alignment and frames.
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -33,7 +35,7 @@ protected:
         ps_paper_width = 612;
         ps_origin_y = 792;
     }
-    std::string eps(char const* body) { return dir.write("f.eps", body); }
+    std::string eps(std::string const& body) { return dir.write("f.eps", body); }
     std::string inband(std::string const& path)
     {
         OutputCapture out;
@@ -57,39 +59,13 @@ TEST_F(EpsTest, InBandPlacementFollowsTheLastBoxComment)
     EXPECT_EQ(inband(p), "% --BEGIN EPS FILE " + p + "\n" + SAVE + "currentpoint 50 sub translate\n" +
                              "%!PS-Adobe-3.0 EPSF-3.0\n% one\nnewpath\nrestore\n"
                              "currentpoint exch 100 add exch moveto\n% --END EPS FILE\n");
-    p = eps("%!PS\n%%BoundingBox: 0 0 100 50\n%%HiResBoundingBox: 0 0 99.5 49.5\nx\n");
-    std::string text = inband(p);
-    EXPECT_NE(text.find("currentpoint 49.5 sub translate\n"), std::string::npos);
-    EXPECT_NE(text.find("restore\ncurrentpoint exch 99.5 add exch moveto\n"), std::string::npos);
+    p = eps("%!PS\n%%BoundingBox: 0 0 100 50\n%%HiResBoundingBox: 0 0 99.5 nan\n%%HiResBoundingBox: 0 0 99.5 49.5\nx\n");
+    EXPECT_NE(inband(p).find("currentpoint 49.5 sub translate\n%!PS\nx\nrestore\ncurrentpoint exch 99.5 add"),
+              std::string::npos);
     // (atend) is no box; the scan stops at the first non-comment line.
     p = eps("%!PS\n%%BoundingBox: (atend)\nx\n%%BoundingBox: 0 0 1 1\n");
     EXPECT_EQ(inband(p), "% --BEGIN EPS FILE " + p + "\n" + SAVE +
                              "currentpoint 0 sub translate\n%!PS\nx\nrestore\n% --END EPS FILE\n");
-}
-
-TEST_F(EpsTest, HeaderReaderCountsValuesAndRewinds)
-{
-    int count = 0;
-    double box[4];
-    auto read = [&](char const* body) {
-        std::FILE* f = std::fopen(eps(body).c_str(), "rb");
-        int len = eps_read_header(f, &count, box);
-        EXPECT_EQ(std::ftell(f), 0) << body;
-        std::fclose(f);
-        return len;
-    };
-    OutputCapture out;
-    EXPECT_EQ(read("%!PS\n%%BoundingBox: 1 2 3 4\n%%EOF"), 0);  // only comments
-    EXPECT_EQ(count, 4);
-    EXPECT_EQ(box[0] + box[3], 5);
-    read("%!\n%%BoundingBox: 5 6\n");  // unread values keep the defaults
-    EXPECT_EQ(count, 2);
-    EXPECT_EQ(box[1] + box[2], 6);
-    read("%!\n%%BoundingBox:\n");
-    EXPECT_EQ(count, 0);
-    read("%!\n%%BoundingBox: 0 0 nan 5\n");  // non-finite values are not taken
-    EXPECT_EQ(count, 2);
-    EXPECT_EQ(out.str(), "");
 }
 
 TEST_F(EpsTest, InvalidAndMissingFilesGiveOnlyMarkers)
@@ -106,9 +82,8 @@ TEST_F(EpsTest, InvalidAndMissingFilesGiveOnlyMarkers)
     OutputCapture out;
     ps_eps_file(m.c_str());
     ps_include_file(m.c_str());
-    ps_include_eps_file(0, 0, m.c_str(), 0, 0);
     EXPECT_EQ(out.str(), "% --BEGIN EPS FILE " + m + "\n% --END EPS FILE\n% --BEGIN PS FILE " + m +
-                             "\n% --END PS FILE\n% --BEGIN EPS FILE " + m + "\n% --END EPS FILE\n");
+                             "\n% --END PS FILE\n");
 }
 
 TEST_F(EpsTest, DosSectionCopiedByLengthOrByLines)
@@ -129,54 +104,36 @@ TEST_F(EpsTest, DosSectionCopiedByLengthOrByLines)
     // A section without a final newline ends where its length says.
     p = dir.write("cut.eps", dos_eps("%!PS\n1 2 moveto", 32, 15));
     EXPECT_NE(inband(p).find("%!PS\n1 2 moveto\nrestore\n% --END"), std::string::npos);
-    EXPECT_NE(overlay(p, 0, 0, 0, 0).find("%!PS\n1 2 moveto\nrestore\n% --END"), std::string::npos);
     // A length beyond the file is cut to the bytes that exist.
     p = dir.write("long.eps", dos_eps("%!PS\nok\n", 32, 0xFFFFFFFFu));
-    EXPECT_NE(overlay(p, 0, 0, 0, 0).find("ok\nII*"), std::string::npos);
-    EXPECT_NE(overlay(p, 0, 0, 0, 0).find("%%junk\nrestore\n% --END EPS FILE\n"), std::string::npos);
+    std::string const text = overlay(p, 0, 0, 0, 0);
+    EXPECT_NE(text.find("ok\nII*"), std::string::npos);
+    EXPECT_NE(text.find("%%junk\nrestore\n% --END EPS FILE\n"), std::string::npos);
 }
 
-TEST_F(EpsTest, OverlayAlignmentScaleAndFrames)
+TEST_F(EpsTest, OverlayAlignmentScaleFramesAndLongLines)
 {
     std::string p = eps("%!PS\n%%BoundingBox: 0 0 100 50\n% mark\n");
-    EXPECT_EQ(overlay(p, 10, 20, 0, 1), "% --BEGIN EPS FILE " + p + "\n" + SAVE +
-                                            "522 722 translate\n%!PS\n% mark\nrestore\n% --END EPS FILE\n");
     auto placement = [&](double x, double y, int scale, int align) {
         std::string text = overlay(p, x, y, scale, align);
         size_t start = text.find("pop load def\n") + 13;
         return text.substr(start, text.find('\n', start) - start);
     };
-    EXPECT_EQ(placement(0, 0, 0, 0), "0 742 translate");
+    EXPECT_EQ(placement(10, 20, 0, 1), "522 722 translate");
     EXPECT_EQ(placement(-20, -10, 100, 3), "492 10 translate");
     EXPECT_EQ(placement(0, 0, 50, 3), "562 -0 translate 0.5 0.5 scale");  // -lly - y is -0
     EXPECT_EQ(placement(5, 5, 200, 9), "5 -5 translate 2 2 scale");
-    EXPECT_NE(overlay(eps("%!PS\nx\n"), 10, 20, 50, 1).find("\n10 -20 translate 0.5 0.5 scale\n"), std::string::npos);
 
     std::string const frame = "newpath\n10 722 moveto\n0 50 rlineto\n100 0 rlineto\n0 -50 rlineto\n"
                               "-100 0 rlineto\nclosepath\n1 setlinewidth\nstroke\n";
-    p = eps("%!PS\n%%BoundingBox: 0 0 100 50\nx\n");
     ps_overlay_mode = 5;
     EXPECT_EQ(overlay(p, 10, 20, 0, 0), "% --BEGIN EPS FILE " + p + "\n" + frame + SAVE +
-                                            "10 722 translate\n%!PS\nx\nrestore\n% --END EPS FILE\n");
+                                            "10 722 translate\n%!PS\n% mark\nrestore\n% --END EPS FILE\n");
     ps_overlay_mode = 13;
     EXPECT_EQ(overlay(p, 10, 20, 0, 0), "% --BEGIN EPS FILE " + p + "\n" + frame + "% --END EPS FILE\n");
-    // Without a usable box there is no frame and the picture is drawn.
-    EXPECT_EQ(overlay(eps("%!PS\nx\n"), 0, 0, 0, 0).find("newpath"), std::string::npos);
-}
-
-TEST_F(EpsTest, CopiesAreVerbatimOrFilteredWholeLines)
-{
-    std::string body;
-    for (int i = 0; i < 20000; ++i)
-        body += static_cast<char>(i % 251);
-    body += "\n%%kept\nend";
-    std::string p = dir.write("data.ps", body);
-    OutputCapture out;
-    ps_include_file(p.c_str());
-    EXPECT_EQ(out.str(), "% --BEGIN PS FILE " + p + "\n" + body + "% --END PS FILE\n");
-    // A long "%%" line is left out in all its pieces; a last line without
-    // newline does not run into "restore".
-    p = eps(("%!PS\n%%" + std::string(3000, 'c') + "\n%single\n grestore").c_str());
+    // Without a usable box there is no frame; a long "%%" line is left out in
+    // all its pieces; a last line without newline does not run into "restore".
+    p = eps("%!PS\n%%" + std::string(3000, 'c') + "\n%single\n grestore");
     EXPECT_EQ(overlay(p, 0, 0, 0, 0), "% --BEGIN EPS FILE " + p + "\n" + SAVE +
                                           "0 0 translate\n%!PS\n%single\n grestore\nrestore\n% --END EPS FILE\n");
 }

@@ -1,3 +1,4 @@
+// Character decoding of the input, look-ahead order and the input trace.
 #include <string>
 #include <vector>
 
@@ -31,11 +32,18 @@ protected:
             out.push_back(c);
         return out;
     }
+    static std::string drain()
+    {
+        return capture_stdout([] {
+            while (pcl_get_char() >= 0) {
+            }
+        });
+    }
 };
 
 using V = std::vector<int>;
 
-TEST_F(Input, Utf8Decoding)
+TEST_F(Input, Decoding)
 {
     for (int method : {83, 1008}) {
         SCOPED_TRACE(method);
@@ -48,76 +56,41 @@ TEST_F(Input, Utf8Decoding)
         // A bad continuation byte is consumed with the sequence.
         EXPECT_EQ(decode("\xC3" "AB", method), (V{'?', 'B'}));
         EXPECT_EQ(decode("\xE2\x82" "AB", method), (V{'?', 'B'}));
-        // Truncated at end of input.
-        EXPECT_EQ(decode("x\xE2\x82", method), (V{'x', '?'}));
+        EXPECT_EQ(decode("x\xE2\x82", method), (V{'x', '?'}));  // truncated at end of input
     }
-}
-
-TEST_F(Input, OneByteMethodsPassBytesThrough)
-{
-    for (int method : {0, 1, 21}) {
-        SCOPED_TRACE(method);
+    for (int method : {0, 1, 21})
         EXPECT_EQ(decode(std::string("\xC3\xA9\x80\xFF\x00", 5), method), (V{0xC3, 0xA9, 0x80, 0xFF, 0}));
+}
+
+TEST_F(Input, LookAheadComesFirstAndTracesShowWhatWasRead)
+{
+    {
+        InputFromString in("Z");
+        env.text_method = 83;
+        for (int c : {0xC3, 0xA9, 0x51})
+            getc_buf[getc_buf_cnt++] = static_cast<unsigned char>(c);
+        debug = 1;
+        // Look-ahead characters were read before, so only the decoded ones show.
+        EXPECT_EQ(drain(), "ch: 0xe9\nch: Q\nin: Z\nch: Z\nin: EOF\nch: EOF\n");
     }
-}
-
-TEST_F(Input, LookAheadComesFirstAndIsDecoded)
-{
-    InputFromString in("Z");
-    env.text_method = 83;
-    getc_buf[0] = 0xC3;
-    getc_buf[1] = 0xA9;
-    getc_buf[2] = 'Q';
-    getc_buf_ofs = 0;
-    getc_buf_cnt = 3;
-    debug = 1;
-    std::string trace = capture_stdout([] {
-        EXPECT_EQ(pcl_get_char(), 0xE9);
-        EXPECT_EQ(pcl_get_char(), 'Q');
-        EXPECT_EQ(pcl_get_char(), 'Z');
-        EXPECT_EQ(pcl_get_char(), -1);
-    });
-    // Look-ahead characters were read before, so only the decoded ones show.
-    EXPECT_EQ(trace, "ch: 0xe9\nch: Q\nin: Z\nch: Z\nin: EOF\nch: EOF\n");
-}
-
-TEST_F(Input, DebugTraceOfFileBytes)
-{
-    InputFromString in(std::string("A\x7f\x1b\xC3\xA9", 5));
-    env.text_method = 83;
-    debug = 1;
-    std::string trace = capture_stdout([] {
-        while (pcl_get_char() >= 0) {
-        }
-    });
-    EXPECT_EQ(trace,
-              "in: A\nch: A\n"
-              "in: \x7f\nch: \x7f\n"
-              "in: 0x1b\nch: 0x1b\n"
-              "in: 0xc3\nin: 0xa9\nch: 0xe9\n"
-              "in: EOF\nch: EOF\n");
-}
-
-TEST_F(Input, ReplayedBytesShowOnlyDecodedTrace)
-{
+    {
+        InputFromString in(std::string("A\x7f\x1b\xC3\xA9", 5));
+        EXPECT_EQ(drain(), "in: A\nch: A\nin: \x7f\nch: \x7f\nin: 0x1b\nch: 0x1b\n"
+                           "in: 0xc3\nin: 0xa9\nch: 0xe9\nin: EOF\nch: EOF\n");
+    }
+    // Replayed bytes show only the decoded trace.
     static std::string replay;
     static size_t pos;
     replay = "hi";
     pos = 0;
     getchar_func = [] { return pos < replay.size() ? static_cast<unsigned char>(replay[pos++]) : -1; };
-    debug = 1;
-    std::string trace = capture_stdout([] {
-        while (pcl_get_char() >= 0) {
-        }
-    });
-    EXPECT_EQ(trace, "ch: h\nch: i\nch: EOF\n");
+    EXPECT_EQ(drain(), "ch: h\nch: i\nch: EOF\n");
 }
 
-TEST_F(Input, RawReadsAndReadhex)
+TEST_F(Input, Readhex)
 {
     InputFromString in("abcdef");
     getc_buf[0] = 'X';
-    getc_buf_ofs = 0;
     getc_buf_cnt = 1;
     readhex(3);  // X, a, b
     EXPECT_EQ(pcl_getc(), 'c');
@@ -125,7 +98,6 @@ TEST_F(Input, RawReadsAndReadhex)
     readhex(-5);
     EXPECT_EQ(pcl_getc(), 'd');
     readhex(10);  // runs past the end without complaint
-    EXPECT_EQ(pcl_getc(), -1);
     EXPECT_EQ(pcl_getc(), -1);
 }
 

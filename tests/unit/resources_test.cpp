@@ -1,3 +1,4 @@
+// Resource files wrapped into the document and the PDF/A definitions.
 #include <cstdlib>
 #include <string>
 
@@ -5,7 +6,6 @@
 
 #include "config_store.h"
 #include "pcl/ps/resources.h"
-#include "ps_support.h"
 #include "run_mode.h"
 #include "test_support.h"
 
@@ -19,12 +19,7 @@ protected:
         doc_title = nullptr;
         unsetenv("ZENTHORAX");
     }
-    void TearDown() override
-    {
-        config_clear();
-        doc_title = nullptr;
-        unsetenv("ZENTHORAX");
-    }
+    void TearDown() override { SetUp(); }
     // Runs fn with the output captured; returns the output, stores stderr.
     std::string run(void (*fn)(char const*), char const* name)
     {
@@ -45,55 +40,34 @@ protected:
 TEST_F(Resources, HeaderTitleIsDroppedOnlyAmongLeadingComments)
 {
     config_add_value("CONFIG", "PS.INCLUDE", dir.path().c_str());
-    dir.write("r.ps",
-              "%!PS\n%%Title: x\n%%Creator: y\n/a 1 def\n%%Title: later\n% note\nend");
-    dir.write("forms.ps", "/G 2 def\n");
-    EXPECT_EQ(run(ps_include_resource, "r") + run(ps_include_resource, "forms"),
-              "%%BeginResource: r\n%!PS\n%%Creator: y\n/a 1 def\n%%Title: later\n% note\nend"
-              "%%EndResource\n%%BeginResource: forms\n/G 2 def\n%%EndResource\n");
-
-    // Long lines: a title longer than the line buffer is dropped whole, a
-    // long comment is kept whole, bytes after a NUL survive.
-    std::string const long_title = "%%Title: " + std::string(20000, 't') + "\n";
+    dir.write("r.ps", "%!PS\n%%Title: x\n%%Creator: y\n/a 1 def\n%%Title: later\nend");
+    EXPECT_EQ(run(ps_include_resource, "r"),
+              "%%BeginResource: r\n%!PS\n%%Creator: y\n/a 1 def\n%%Title: later\nend%%EndResource\n");
+    // A title longer than the line buffer is dropped whole, a long comment is
+    // kept whole, bytes after a NUL survive.
     std::string const long_comment = "%" + std::string(20000, 'c') + "\n";
     std::string const body("x\0y\n", 4);
-    dir.write("long.ps", long_title + long_comment + body);
-    EXPECT_EQ(run(ps_include_resource, "long"),
-              "%%BeginResource: long\n" + long_comment + body + "%%EndResource\n");
-
-    // A file of comments only, without a final newline.
-    dir.write("c.ps", "%%Title: t\n%c");
-    EXPECT_EQ(run(ps_include_resource, "c"), "%%BeginResource: c\n%c%%EndResource\n");
-}
-
-TEST_F(Resources, BarcodeLibraryIsNotWrapped)
-{
-    config_add_value("CONFIG", "PS.INCLUDE", dir.path().c_str());
+    dir.write("long.ps", "%%Title: " + std::string(20000, 't') + "\n" + long_comment + body);
+    EXPECT_EQ(run(ps_include_resource, "long"), "%%BeginResource: long\n" + long_comment + body + "%%EndResource\n");
+    // The barcode library is not wrapped.
     dir.write("barcode.ps", "%!PS\n%%Title: lib\n/bwipp 1 def\n");
     EXPECT_EQ(run(ps_include_resource, "barcode"), "%!PS\n/bwipp 1 def\n");
-    // Missing: nothing at all in the output, the reason on stderr.
-    config_clear();
-    config_add_value("CONFIG", "PS.INCLUDE", (dir.path() + "/none").c_str());
-    EXPECT_EQ(run(ps_include_resource, "barcode"), "");
-    EXPECT_EQ(err, dir.path() + "/none/barcode.ps: No such file or directory\n");
+    EXPECT_EQ(err, "");
 }
 
 TEST_F(Resources, MissingAndOverlongPaths)
 {
-    // Default directory below the installation's share directory.
     setenv("ZENTHORAX", "/nonexistent/zx", 1);
-    EXPECT_EQ(run(ps_include_resource, "forms"),
-              "%%BeginResource: forms\n%%EndResource\n");
+    EXPECT_EQ(run(ps_include_resource, "forms"), "%%BeginResource: forms\n%%EndResource\n");
     EXPECT_EQ(err, "/nonexistent/zx/share/tarvo/ps/forms.ps: No such file or directory\n");
-
+    EXPECT_EQ(run(ps_include_resource, "barcode"), "");  // missing library: nothing at all
     // Paths are limited to 1023 characters: 1023 is tried, 1024 refused.
     std::string const base = "/nonexistent/zx/share/tarvo/ps/";
     std::string const fits(1023 - base.size() - 3, 'n');
     run(ps_include_resource, fits.c_str());
     EXPECT_EQ(err, base + fits + ".ps: No such file or directory\n");
     std::string const too_long = fits + "n";
-    EXPECT_EQ(run(ps_include_resource, too_long.c_str()),
-              "%%BeginResource: " + too_long + "\n%%EndResource\n");
+    EXPECT_EQ(run(ps_include_resource, too_long.c_str()), "%%BeginResource: " + too_long + "\n%%EndResource\n");
     EXPECT_EQ(err, base + too_long + ".ps: File name too long\n");
 }
 
@@ -121,65 +95,28 @@ constexpr char kPdfaTail[] =
     "[{Catalog} <</OutputIntents [ {OutputIntent_PDFA} ]>> /PUT pdfmark\n"
     "%%EndResource\n";
 
-TEST_F(Resources, BuiltInPdfaBlock)
+TEST_F(Resources, PdfaBlockBuiltInOrReplaced)
 {
     config_add_value("CONFIG", "PS.INCLUDE", "/S");
     doc_title = "job";
-    EXPECT_EQ(run_pdfa(),
-              std::string("\n%%BeginResource: builtin_pdfa_def\n/ICCProfile (/S/sRGB.icc)\ndef\n"
-                          "[ /Title (job)\n  /DOCINFO pdfmark\n") +
-                  kPdfaTail);
-
-    // No title; the profile from the share directory; nothing is escaped.
+    EXPECT_EQ(run_pdfa(), std::string("\n%%BeginResource: builtin_pdfa_def\n/ICCProfile (/S/sRGB.icc)\ndef\n"
+                                      "[ /Title (job)\n  /DOCINFO pdfmark\n") + kPdfaTail);
+    // The profile from the share directory; nothing is escaped.
     config_clear();
     setenv("ZENTHORAX", "/z(1)\\", 1);
-    doc_title = nullptr;
-    std::string out = run_pdfa();
-    EXPECT_NE(out.find("/ICCProfile (/z(1)\\/share/tarvo/ps/sRGB.icc)\n"), std::string::npos);
-    EXPECT_NE(out.find("[ /Title ()\n"), std::string::npos);
     doc_title = "a (b) c\\d";
-    out = run_pdfa();
+    std::string const out = run_pdfa();
+    EXPECT_NE(out.find("/ICCProfile (/z(1)\\/share/tarvo/ps/sRGB.icc)\n"), std::string::npos);
     EXPECT_NE(out.find("[ /Title (a (b) c\\d)\n"), std::string::npos);
-    EXPECT_EQ(err, "");
-}
 
-TEST_F(Resources, ReplacementPdfaDefinitions)
-{
     std::string const def = dir.write("pdfa.ps", "%%Title: kept\n/custom true def\n");
     config_add_value("CONFIG", "PS.PDFA_DEF", def.c_str());
-    EXPECT_EQ(run_pdfa(), "\n%%BeginResource: " + def +
-                              "\n%%Title: kept\n/custom true def\n%%EndResource\n");
-
+    EXPECT_EQ(run_pdfa(), "\n%%BeginResource: " + def + "\n%%Title: kept\n/custom true def\n%%EndResource\n");
     config_clear();
     std::string const missing = dir.path() + "/missing.ps";
     config_add_value("CONFIG", "PS.PDFA_DEF", missing.c_str());
     EXPECT_EQ(run_pdfa(), "\n%%BeginResource: " + missing + "\n%%EndResource\n");
     EXPECT_EQ(err, missing + ": No such file or directory\n");
-}
-
-}  // namespace
-
-namespace {
-
-// The build tree carries share/tarvo/ps like an installation, so the built
-// binary finds the system's barcode library and sRGB profile through
-// ZENTHORAX set to the build directory.
-TEST(ResourcesInBuildTree, BarcodeLibraryAndProfileAreFound)
-{
-    std::string const share = build_dir() + "/share/tarvo/ps";
-    if (read_file("/usr/share/libpostscriptbarcode/barcode.ps").empty())
-        GTEST_SKIP() << "barcode library not installed";
-    EXPECT_EQ(read_file(share + "/barcode.ps"),
-              read_file("/usr/share/libpostscriptbarcode/barcode.ps"));
-    EXPECT_EQ(read_file(share + "/sRGB.icc"), read_file("/usr/share/color/icc/sRGB.icc"));
-
-    config_clear();
-    setenv("ZENTHORAX", build_dir().c_str(), 1);
-    OutputCapture out;
-    std::string const err = capture_stderr([] { ps_include_resource("barcode"); });
-    unsetenv("ZENTHORAX");
-    EXPECT_EQ(err, "");
-    EXPECT_NE(out.str().find("/code128"), std::string::npos);
 }
 
 }  // namespace
