@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <limits>
 
 #include "common/numeric.h"
@@ -76,8 +75,10 @@ int data_kind(char const* key)
         {"*bW", 1}, {"*vW", 1}, {"&pX", 2}, {")sW", 3}, {"(sW", 4},
         {"(fW", 5}, {"*cW", 6}, {"&nW", 7}, {"&pW", 8},
     };
+    // Every key has three characters; comparing them (the first one,
+    // which tells most commands apart, first) is this lookup's whole cost.
     for (entry const& e : kinds)
-        if (std::strcmp(e.key, key) == 0)
+        if (e.key[0] == key[0] && e.key[1] == key[1] && e.key[2] == key[2] && key[3] == '\0')
             return e.kind;
     return 0;
 }
@@ -307,7 +308,7 @@ void interp(char p, char g, char t, double value)
         if (verbose >= 1)
             std::printf("Unknown: <ESC>%c%c%g%c\n", p, g, value, f);
     } else {
-        bool const macro_control = std::strcmp(key, "&fX") == 0;
+        bool const macro_control = p == '&' && g == 'f' && f == 'X';
         trace_rule rule = macro_control ? trace_rule{verbose >= 1, ""} : macro_rule();
         if (rule.show) {
             std::printf("%s<ESC>%c%c%g%c -> %s:", rule.prefix, p, g, value, f, row->description);
