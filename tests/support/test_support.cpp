@@ -5,10 +5,9 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 #include <stdexcept>
 
 #include <gtest/gtest.h>
@@ -70,31 +69,25 @@ std::string capture_stdout(std::function<void()> const& fn)
 
 std::string capture_stderr(std::function<void()> const& fn)
 {
-    std::fflush(stderr);
     testing::internal::CaptureStderr();
     fn();
-    std::fflush(stderr);
     return testing::internal::GetCapturedStderr();
 }
 
 std::string read_file(std::string const& path)
 {
     std::ifstream in(path, std::ios::binary);
-    std::ostringstream ss;
-    ss << in.rdbuf();
-    return ss.str();
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 RunResult run_tarvo(std::vector<std::string> const& args, std::string_view input,
                     std::string const& cwd, std::vector<std::string> const& env)
 {
     TempDir tmp;
-    std::string in_path = tmp.write("stdin", input);
-    std::string out_path = tmp.path() + "/stdout";
-    std::string err_path = tmp.path() + "/stderr";
+    std::string const in_path = tmp.write("stdin", input), out_path = tmp.path() + "/stdout",
+                      err_path = tmp.path() + "/stderr";
 
-    std::vector<std::string> argv_store;
-    argv_store.push_back(TARVO_BINARY);
+    std::vector<std::string> argv_store = {TARVO_BINARY};
     argv_store.insert(argv_store.end(), args.begin(), args.end());
     std::vector<char*> argv;
     for (auto& a : argv_store)
@@ -126,11 +119,8 @@ RunResult run_tarvo(std::vector<std::string> const& args, std::string_view input
     }
     int wstatus = 0;
     waitpid(pid, &wstatus, 0);
-    RunResult r;
-    r.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : 256 + WTERMSIG(wstatus);
-    r.out = read_file(out_path);
-    r.err = read_file(err_path);
-    return r;
+    return {WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : 256 + WTERMSIG(wstatus), read_file(out_path),
+            read_file(err_path)};
 }
 
 TempDir::TempDir()
@@ -154,18 +144,6 @@ std::string TempDir::write(std::string const& name, std::string_view contents) c
     std::ofstream out(p, std::ios::binary);
     out.write(contents.data(), static_cast<std::streamsize>(contents.size()));
     return p;
-}
-
-std::string mask_creation_date(std::string text)
-{
-    static constexpr char const key[] = "%%CreationDate: ";
-    auto pos = text.find(key);
-    if (pos != std::string::npos) {
-        auto start = pos + sizeof key - 1;
-        auto end = text.find('\n', start);
-        text.replace(start, end == std::string::npos ? std::string::npos : end - start, "DATE");
-    }
-    return text;
 }
 
 void reset_converter()

@@ -73,9 +73,6 @@ private:
 
 std::string read_file(std::string const& path);
 
-// Replaces the value of a "%%CreationDate: " line so outputs compare.
-std::string mask_creation_date(std::string text);
-
 // Puts the converter's process-wide state back to a fresh start: no
 // configuration, no trace levels, start-up environment and fonts, no macros,
 // reading from the file with nothing handed back.

@@ -1,5 +1,6 @@
-// Driver behaviour that depends on standard input, the environment or the
-// interpreter program; option and file cases are golden cases (drv_*).
+// Driver behaviour that depends on standard input, the environment, the
+// build or the interpreter program; option and file cases are golden cases
+// (drv_*).
 #include <sys/stat.h>
 
 #include <regex>
@@ -42,21 +43,14 @@ TEST(Driver, VersionHelpAndUsage)
     TempDir dir;
     auto env = isolated(dir);
     r = run_tarvo({"-a", "-o"}, {}, {}, env);
-    EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(r.err, "tarvo: option -o requires an argment\n" + kUsage);
+    EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{2, "tarvo: option -o requires an argment\n" + kUsage}));
     for (auto const& args : std::vector<std::vector<std::string>>{{}, {"-d"}}) {
         r = run_tarvo(args, {}, {}, env);
-        EXPECT_EQ(r.status, 2);
-        EXPECT_EQ(r.err, kUsage);
+        EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{2, kUsage}));
     }
 
-    // Without file arguments standard input is read once; -d then -s
-    // passes the mode check and traces the input.
-    r = run_tarvo({"-a"}, "\x0e", dir.path(), env);
-    EXPECT_EQ(r.out, "<SO> -> Secondary font\n");
-    r = run_tarvo({"-d", "-s"}, "A", {}, env);
-    EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.out.rfind("in: A\nch: A\nChar: A\n", 0), 0u) << r.out;
+    // Without file arguments standard input is read once.
+    EXPECT_EQ(run_tarvo({"-a"}, "\x0e", dir.path(), env).out, "<SO> -> Secondary font\n");
 }
 
 TEST(Driver, ConfigurationLookup)
@@ -66,8 +60,7 @@ TEST(Driver, ConfigurationLookup)
     // No configuration anywhere is normal, also without HOME.
     env.push_back("HOME");
     RunResult r = run_tarvo({"-a"}, "", dir.path(), env);
-    EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.err, "");
+    EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{0, std::string()}));
 
     // A default location that exists but cannot be read is fatal; a
     // directory in the way opens and reads as nothing.
@@ -83,9 +76,7 @@ TEST(Driver, ConfigurationLookup)
     env.back() = "HOME=/" + std::string(5000, 'h');
     env.push_back("ZENTHORAX_ETC=/" + std::string(1100, 'e'));
     r = run_tarvo({"-a"}, "\r", dir.path(), env);
-    EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.out, "<CR>\n");
-    EXPECT_EQ(r.err, "");
+    EXPECT_EQ((std::array{std::to_string(r.status), r.out, r.err}), (std::array<std::string, 3>{"0", "<CR>\n", ""}));
 }
 
 // The Ghostscript executable that a run would start, as shown by -v.
@@ -114,50 +105,41 @@ TEST(Driver, ConfigurationSearchOrderAndCommandLinePrecedence)
     dir.write("work/tarvo.cfg", "[CONFIG]\nGS=from-cwd\n");
     EXPECT_EQ(gs({}), "from-cwd");
 
-    // -c replaces the search; -C wins over any file; without a section the
-    // definition goes to DEFAULT; an empty one falls back to the built-in.
+    // -c replaces the search; -C definitions are the drv_gs_* golden cases.
     EXPECT_EQ(gs({"-c", dir.write("other.cfg", "[CONFIG]\nGS=from-c\n")}), "from-c");
-    EXPECT_EQ(gs({"-C", "config:gs=from-C"}), "from-C");
-    EXPECT_EQ(gs({"-C", "gs=from-C"}), "from-cwd");
-    EXPECT_EQ(gs({"-C", "config:gs="}), "gs");
 }
 
 TEST(Driver, ExitStatusOfTheInterpreter)
 {
     TempDir dir;
     auto env = isolated(dir);
-    std::string const failing = dir.write("fail.sh", "#!/bin/sh\ncat >/dev/null\nexit 3\n");
-    // Kills the shell that popen started (never the converter itself).
-    std::string const killed = dir.write(
-        "kill.sh", "#!/bin/sh\ncat >/dev/null\n[ \"$(cat /proc/$PPID/comm)\" = tarvo ] || kill -9 $PPID\n");
-    std::string const quitter = dir.write("quit.sh", "#!/bin/sh\nexit 0\n");
+    // The second kills the shell that popen started (never the converter).
+    std::string const failing = dir.write("fail.sh", "#!/bin/sh\ncat >/dev/null\nexit 3\n"),
+                      killed = dir.write("kill.sh", "#!/bin/sh\ncat >/dev/null\n"
+                                                    "[ \"$(cat /proc/$PPID/comm)\" = tarvo ] || kill -9 $PPID\n"),
+                      quitter = dir.write("quit.sh", "#!/bin/sh\nexit 0\n");
     for (auto const& f : {failing, killed, quitter})
         ASSERT_EQ(chmod(f.c_str(), 0755), 0);
 
-    struct Case {
-        std::string gs;
-        std::vector<std::string> modes;
-        std::string input;
-        int status;
-        char const* err;  // null: not checked
-    };
-    std::string big;  // an interpreter that stops reading early
+    std::string big;  // for an interpreter that stops reading early
     for (int i = 0; i < 20000; ++i)
         big += "a line of text that fills the pipe\r\n";
-    Case const cases[] = {
-        {failing, {"-p"}, "text", 1, "tarvo: ghostscript returned exit status 3\n"},
-        {killed, {"-g"}, "text", 1, "tarvo: ghostscript returned exit status 265\n"},
-        {failing, {"-g", "-a"}, "text", 0, nullptr},  // nothing drawn: never started
-        {quitter, {"-p"}, big, 0, ""},
+    struct Case {
+        std::vector<std::string> args;
+        std::string input;
+        int status;
+        std::string err;
+    } const cases[] = {
+        {{"-p", "-C", "config:gs=" + failing}, "text", 1, "tarvo: ghostscript returned exit status 3\n"},
+        {{"-g", "-C", "config:gs=" + killed}, "text", 1, "tarvo: ghostscript returned exit status 265\n"},
+        // Nothing drawn: the command is shown but never started.
+        {{"-g", "-a", "-C", "config:gs=" + failing}, "text", 0,
+         "\"" + failing + "\" -q -dNOPAUSE -dBATCH -sOutputFile=\"-\" -\n"},
+        {{"-p", "-C", "config:gs=" + quitter}, big, 0, ""},
     };
     for (Case const& c : cases) {
-        std::vector<std::string> args = {"-C", "config:gs=" + c.gs};
-        args.insert(args.end(), c.modes.begin(), c.modes.end());
-        RunResult r = run_tarvo(args, c.input, {}, env);
-        EXPECT_EQ(r.status, c.status) << c.gs;
-        if (c.err) {
-            EXPECT_EQ(r.err, c.err) << c.gs;
-        }
+        RunResult r = run_tarvo(c.args, c.input, {}, env);
+        EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{c.status, c.err})) << c.args.back();
     }
 }
 

@@ -1,3 +1,6 @@
+// Hostile values and the font list; the derived pitch and motion index, the
+// pending secondary entry and the underline commands are the font_commands
+// golden case.
 #include "converter_test.h"
 
 namespace {
@@ -10,7 +13,6 @@ protected:
         fontind = 0;
         font[0] = font[1] = font_defaults;
         env = pcl_env{};
-        env.font_sel = 0;
         env.hmi = 7200;
         env.font_serial = 100;
         while (font_list)
@@ -25,29 +27,6 @@ protected:
         return n;
     }
 };
-
-// The derived pitch and motion index of common cases show in the
-// font_commands golden case.
-TEST_F(Fonts, EntriesAndTheActiveMotionIndex)
-{
-    font[0].pitch = 12.0;  // a fixed entry keeps its pitch
-    pcl_font_size(12);
-    EXPECT_EQ((std::pair{font[0].pitch, env.hmi}), (std::pair{12.0, 6000}));
-
-    // Changes to the inactive entry wait for the shift.
-    fontind = 1;
-    pcl_font_pitch(16.67);
-    pcl_font_byid(9, 1);
-    EXPECT_EQ((std::pair{font[1].pitch, font[1].id}), (std::pair{16.67, 9}));
-    EXPECT_EQ((std::pair{env.hmi, env.font_serial}), (std::pair{6000, 101}));
-    env.font_sel = 1;
-    pcl_font_pitch(12);
-    EXPECT_EQ((std::pair{env.hmi, env.font_serial}), (std::pair{6000, 102}));
-
-    // The pitch mode sets both entries.
-    pcl_font_pitch_mode(2);
-    EXPECT_EQ((std::pair{font[0].pitch, font[1].pitch}), (std::pair{16.67, 16.67}));
-}
 
 TEST_F(Fonts, RejectedAndHostileValues)
 {
@@ -73,17 +52,12 @@ TEST_F(Fonts, RejectedAndHostileValues)
         int32_t expected;
     };
     Clamp const clamps[] = {
-        {pcl_font_stroke, 9, &pcl_font::stroke, 7},
-        {pcl_font_stroke, -12, &pcl_font::stroke, -7},
-        {pcl_font_stroke, 1e308, &pcl_font::stroke, 7},
-        {pcl_font_stroke, -1e308, &pcl_font::stroke, -7},
-        {pcl_font_style, -1, &pcl_font::style, 1},
-        {pcl_font_style, 40000, &pcl_font::style, 32767},
-        {pcl_font_style, -1e308, &pcl_font::style, 32767},
-        {pcl_font_typeface, 70000, &pcl_font::typeface, 65535},
+        {pcl_font_stroke, 9, &pcl_font::stroke, 7},           {pcl_font_stroke, -12, &pcl_font::stroke, -7},
+        {pcl_font_stroke, 1e308, &pcl_font::stroke, 7},       {pcl_font_stroke, -1e308, &pcl_font::stroke, -7},
+        {pcl_font_style, -1, &pcl_font::style, 1},            {pcl_font_style, 40000, &pcl_font::style, 32767},
+        {pcl_font_style, -1e308, &pcl_font::style, 32767},    {pcl_font_typeface, 70000, &pcl_font::typeface, 65535},
         {pcl_font_typeface, -2147483648.0, &pcl_font::typeface, 65535},
-        {pcl_font_typeface, std::nan(""), &pcl_font::typeface, 0},
-        {pcl_font_spacing, 1.9, &pcl_font::spacing, 1},
+        {pcl_font_typeface, std::nan(""), &pcl_font::typeface, 0}, {pcl_font_spacing, 1.9, &pcl_font::spacing, 1},
     };
     for (Clamp const& c : clamps) {
         c.set(c.value);
@@ -102,23 +76,10 @@ TEST_F(Fonts, RejectedAndHostileValues)
     EXPECT_EQ(env.hmi, 0);
 }
 
-TEST_F(Fonts, UnderlineModeIsFixedUntilSwitchedOff)
-{
-    int const steps[][2] = {{3, 2}, {0, 2}, {-1, 0}, {0, 1}, {3, 1}};  // -1: off
-    for (auto const& s : steps) {
-        if (s[0] < 0)
-            pcl_underline_off(0);
-        else
-            pcl_underline_on(s[0]);
-        EXPECT_EQ(env.underline, s[1]) << s[0];
-    }
-}
-
 TEST_F(Fonts, FontListAssignResetAndDelete)
 {
     // Assigning twice keeps one node with the active entry's latest values.
-    pcl_font_id(5);
-    pcl_font_ctl(6);
+    pcl_font_id(5), pcl_font_ctl(6);
     env.font_sel = 1;
     font[1].typeface = 7;
     pcl_font_ctl(6);
@@ -127,25 +88,18 @@ TEST_F(Fonts, FontListAssignResetAndDelete)
     EXPECT_EQ(font_list->font.typeface, 7);
     pcl_font_ctl(2);
 
-    for (int id : {1, 2, 3, 4}) {
-        pcl_font_id(id);
-        pcl_font_ctl(6);
-    }
-    pcl_font_id(3);
-    pcl_font_ctl(5);
-    pcl_font_id(1);
-    pcl_font_ctl(5);
-    pcl_font_id(99);
-    pcl_font_ctl(2);  // no such node
+    for (int id : {1, 2, 3, 4})
+        pcl_font_id(id), pcl_font_ctl(6);
+    pcl_font_id(3), pcl_font_ctl(5);
+    pcl_font_id(1), pcl_font_ctl(5);
+    pcl_font_id(99), pcl_font_ctl(2);  // no such node
     fnt_reset();
     ASSERT_EQ(list_length(), 2);
     EXPECT_EQ(font_list->id, 3);
     EXPECT_EQ(font_list->next->id, 1);
 
     // A permanent node made temporary again dies at the next reset.
-    pcl_font_id(3);
-    pcl_font_ctl(4);
-    pcl_font_ctl(1);
+    pcl_font_id(3), pcl_font_ctl(4), pcl_font_ctl(1);
     ASSERT_EQ(list_length(), 1);
     EXPECT_EQ(font_list->id, 1);
     pcl_font_ctl(0);
@@ -154,31 +108,17 @@ TEST_F(Fonts, FontListAssignResetAndDelete)
 
 TEST_F(Fonts, FontListIsBounded)
 {
-    for (size_t id = 0; id < FONT_LIST_MAX; ++id) {
-        pcl_font_id(static_cast<double>(id));
-        pcl_font_ctl(6);
-    }
+    for (size_t id = 0; id < FONT_LIST_MAX; ++id)
+        pcl_font_id(static_cast<double>(id)), pcl_font_ctl(6);
     pcl_font_id(-5);
     verbose = 1;
     EXPECT_EQ(capture_stdout([] { pcl_font_ctl(6); }), "Unknown: font list full\n");
     EXPECT_EQ(list_length(), static_cast<int>(FONT_LIST_MAX));
     // Existing IDs can still be reassigned, and room made by deleting.
-    pcl_font_id(0);
-    pcl_font_ctl(6);
-    pcl_font_ctl(2);
-    pcl_font_id(-5);
-    pcl_font_ctl(6);
+    pcl_font_id(0), pcl_font_ctl(6), pcl_font_ctl(2);
+    pcl_font_id(-5), pcl_font_ctl(6);
     EXPECT_EQ(font_list->id, -5);
     EXPECT_EQ(list_length(), static_cast<int>(FONT_LIST_MAX));
-}
-
-TEST_F(Fonts, FreeingANodeNotOnTheListStopsTheRun)
-{
-    font_node stray{};
-    EXPECT_DEATH(fnt_free(&stray), "pcl/parser: fnt_free: Assertion `font_list != NULL' failed");
-    pcl_font_id(1);
-    pcl_font_ctl(6);
-    EXPECT_DEATH(fnt_free(&stray), "Assertion `fp->next != NULL' failed");
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-// Macros through the whole reader: definitions, calls and overlays written
-// as PCL and run by the text loop, including input built to make the replay
-// misbehave. Resets, definitions and deletions from inside a replay are the
+// Macros written as PCL and run by the text loop, with input built to make
+// the replay misbehave: self-calling macros and overlays cut inside a
+// sequence. Resets, definitions and deletions from inside a replay are the
 // mac_replay and mac_hostile golden cases.
 #include <chrono>
 
@@ -24,29 +24,7 @@ class MacroParse : public testing::Test {
 protected:
     void SetUp() override { reset_converter(); }
     void TearDown() override { mac_reset(PERMANENT); }
-    static std::string run(std::string const& pcl, int level = 1) { return run_pcl(pcl, level); }
 };
-
-TEST_F(MacroParse, CallRestoresWhatExecuteKeeps)
-{
-    // Bold and a move, then a NUL so that neither is the last byte.
-    std::string const bold_move = define(2, E + "(s3B" + E + "&a500H" + std::string(1, '\0'));
-    run(bold_move + select(2) + ctl(3));
-    EXPECT_EQ(font[0].stroke, 0);
-    EXPECT_EQ(env.cur_x, 0);
-    EXPECT_EQ(env.pos_changed, 1);
-    run(ctl(2));
-    EXPECT_EQ(font[0].stroke, 3);
-    EXPECT_EQ(env.cur_x, 50000);
-
-    // The last command of a called macro acts after the level has ended:
-    // the bold font is undone, the move applies to the caller's cursor.
-    pcl_reset();
-    run(define(5, E + "(s3B" + E + "&a100H") + select(5) + ctl(3));
-    EXPECT_EQ(font[0].stroke, 0);
-    EXPECT_EQ(env.cur_x, 10000);
-    EXPECT_EQ(mac_nesting, 0);
-}
 
 TEST_F(MacroParse, MacrosEndingInTheirOwnCallAreBounded)
 {
@@ -56,7 +34,7 @@ TEST_F(MacroParse, MacrosEndingInTheirOwnCallAreBounded)
     std::string pcl = define(1, "\x0c"s + select(1) + ctl(2)) + select(1) + ctl(2) + "A";
     pcl += define(2, "y"s + select(2) + ctl(3)) + select(2) + ctl(3) + "B";
     pcl += define(3, "z\r"s + select(4) + ctl(2)) + define(4, select(3) + ctl(3)) + select(3) + ctl(2) + "C";
-    EXPECT_EQ(run(pcl, 0), "");
+    EXPECT_EQ(run_pcl(pcl, 0), "");
     int32_t const pages = env.page_serial;
     EXPECT_GT(pages, 1000);
     EXPECT_LE(pages, static_cast<int32_t>(MAC_REPLAY_BUDGET / MAC_LEVEL_COST));
@@ -65,7 +43,7 @@ TEST_F(MacroParse, MacrosEndingInTheirOwnCallAreBounded)
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
 
     // A byte of the file renews the budget: the same loop runs as long again.
-    run(select(1) + ctl(2) + "D", 0);
+    run_pcl(select(1) + ctl(2) + "D", 0);
     EXPECT_EQ(env.page_serial - pages, pages);
 }
 
@@ -102,7 +80,7 @@ TEST_F(MacroParse, OverlayCutInsideASequenceEndsItsLoopOnce)
         for (int page = 0; page < 50; ++page)
             pcl += "P\x0c";
         pcl += "Q";
-        run(pcl, 0);
+        run_pcl(pcl, 0);
         ASSERT_NE(mac_get_byid(1), nullptr);
         EXPECT_EQ(mac_get_byid(1)->size, static_cast<int>(cut.body.size()));
         EXPECT_EQ(env.page_serial, 50);
@@ -110,18 +88,6 @@ TEST_F(MacroParse, OverlayCutInsideASequenceEndsItsLoopOnce)
         EXPECT_EQ(mac_nesting, 0);
         EXPECT_EQ(getchar_func, getc_only);
     }
-}
-
-TEST_F(MacroParse, DefinitionOverTheSizeLimitIsDroppedOnce)
-{
-    std::string const trace = run(define(5, std::string(MAC_MAX_SIZE + 5000, 'a')) + "T" + select(5) + ctl(2));
-    EXPECT_NE(trace.find("<ESC>&f0X -> Macro control: Start macro definition\n"
-                         "memory allocation exceeds limit for macro 5 (1049600 bytes)\n"
-                         "<ESC>&f1X -> Macro control: Stop macro definition\n"
-                         "Char (1) \"T\"\n"),
-              std::string::npos)
-        << trace;
-    EXPECT_NE(trace.find("macro 5 does not exist\n"), std::string::npos);
 }
 
 }  // namespace

@@ -1,3 +1,6 @@
+// Conversion through the symbol-set tables: the supported sets, the known
+// holes, the reports and the Nordic variant. The tables themselves are
+// checked against their generator; selection is the font_commands golden case.
 #include <map>
 #include <set>
 
@@ -12,49 +15,10 @@ constexpr int S_0B = symset_code(0, 'B'), S_0L = symset_code(0, 'L'), S_0N = sym
 std::vector<int> const supported = {2,   12,  14,  78,  110, 142, 149, 173, 174, 277,
                                     302, 309, 341, 373, 405, 460, 590, 621, 629};
 
-class SymbolSets : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        verbose = 0;
-        font[0] = font[1] = font_defaults;
-        env = pcl_env{};
-        env.hmi = 7200;
-        env.font_serial = 10;
-    }
-};
 
-TEST_F(SymbolSets, SelectionOfPrimaryAndSecondarySet)
+TEST(SymbolSets, ConversionAndReports)
 {
-    pcl_symset(symset_code(8, 'U'), 0);
-    EXPECT_EQ(font[0].symset, 277);
-    EXPECT_EQ(env.font_serial, 11);
-
-    // The secondary entry is not active: no font change is signalled.
-    pcl_symset(symset_code(10, 'U'), 1);
-    EXPECT_EQ(font[1].symset, 341);
-    EXPECT_EQ(env.font_serial, 11);
-
-    pcl_symset(symset_code(7, 'U'), 0);  // unsupported: ignored
-    EXPECT_EQ(font[0].symset, 277);
-    EXPECT_EQ(env.font_serial, 11);
-    EXPECT_EQ(env.hmi, 7200);  // the symbol set does not touch the motion index
-}
-
-TEST_F(SymbolSets, ExactlyNineteenSetsAreSupported)
-{
-    std::vector<int> found;
-    for (int code = -100; code < 40 * 32; ++code)
-        if (cv_symset_supported(code))
-            found.push_back(code);
-    EXPECT_EQ(found, supported);
-    EXPECT_EQ(cv_symset_supported(INT32_MIN), 0);
-    EXPECT_EQ(cv_symset_supported(INT32_MAX), 0);
-}
-
-TEST_F(SymbolSets, ConversionAndReports)
-{
-    // The tables themselves are checked against their generator. Line drawing folds the high half onto the low half.
+    // Line drawing folds the high half onto the low half.
     for (int s : {S_0B, S_0L}) {
         EXPECT_EQ(cv_symset(s, 0xC1), cv_symset(s, 0x41));
         EXPECT_EQ(cv_symset(s, 0x85), 0x0005);
@@ -81,14 +45,20 @@ TEST_F(SymbolSets, ConversionAndReports)
     }
 }
 
-// Every byte of every supported set converts; exactly the known holes are
+// Exactly nineteen sets are supported. Every byte of every one converts; exactly the known holes are
 // unmapped, and no table sentinel ever escapes.
-TEST_F(SymbolSets, EveryByteOfEverySetConverts)
+TEST(SymbolSets, EveryByteOfEverySetConverts)
 {
     std::map<int, std::set<int>> const holes = {
         {110, {0xA5, 0xAE, 0xBE, 0xC3, 0xD0, 0xE3, 0xF0}},
         {149, {0xFF}}, {277, {0xFF}}, {173, {0xFF}}, {621, {0xFF}},
     };
+    std::vector<int> found;
+    for (int code = -100; code < 40 * 32; ++code)
+        if (cv_symset_supported(code))
+            found.push_back(code);
+    EXPECT_EQ(found, supported);
+    EXPECT_EQ(cv_symset_supported(INT32_MIN) + cv_symset_supported(INT32_MAX), 0);
     verbose = 1;
     for (int s : supported) {
         std::set<int> unmapped;
@@ -104,34 +74,12 @@ TEST_F(SymbolSets, EveryByteOfEverySetConverts)
         auto const h = holes.find(s);
         EXPECT_EQ(unmapped, h == holes.end() ? std::set<int>{} : h->second) << "set " << s;
     }
-}
-
-TEST_F(SymbolSets, CodePageTablesFollowTheControlCodeConventions)
-{
-    for (auto const* t : {map_8859_1, map_8859_2, map_8859_3, map_8859_4, map_8859_5, map_8859_15})
-        for (int c = 0; c < 0xA0; ++c)
-            EXPECT_EQ(t[c], c);
-    for (auto const* t : {map_cp437, map_cp437n, map_cp850}) {
-        for (int c = 0; c < 0x20; ++c)
-            EXPECT_EQ(t[c], c);
-        EXPECT_EQ(t[0x7F], 0x7F);
-    }
-    for (int c : {0x81, 0x8D, 0x8F, 0x90, 0x9D})
-        EXPECT_EQ(map_cp1252[c], c);
-    for (int c = 0; c < 256; ++c)
-        EXPECT_EQ(map_8859_1[c], c);
-
-    // Apart from 8859-3's holes each code page is one-to-one.
-    for (auto const* t : {map_8859_2, map_8859_4, map_8859_5, map_8859_15, map_cp1252, map_cp437,
-                          map_cp850}) {
-        std::set<int> const values(t, t + 256);
-        EXPECT_EQ(values.size(), 256u);
-    }
+    verbose = 0;
 }
 
 // The Nordic variant is code page 437 except for the three positions in
 // which code page 865 differs and the twelve replaced ones.
-TEST_F(SymbolSets, NordicVariantDiffersFromCodePage437InFifteenPlaces)
+TEST(SymbolSets, NordicVariantDiffersFromCodePage437InFifteenPlaces)
 {
     std::map<int, int> const expected = {
         {0x9B, 0x00F8}, {0x9D, 0x00D8}, {0xAF, 0x00A4},
