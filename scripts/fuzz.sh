@@ -26,8 +26,8 @@ done
 echo "fuzzing for ${seconds}s"
 ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1 \
 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
-    build-fuzz/fuzz/convert_fuzzer "$work" -max_total_time="$seconds" -timeout=20 \
-        -rss_limit_mb=2048 -max_len=65536 -artifact_prefix=fuzz/artifacts/ \
+    build-fuzz/fuzz/convert_fuzzer "$work" -max_total_time="$seconds" -timeout=60 \
+        -rss_limit_mb=2048 -max_len=4096 -artifact_prefix=fuzz/artifacts/ \
         -print_final_stats=1 2>&1 | tail -n 25
 status=${PIPESTATUS[0]}
 if [ "$status" -ne 0 ]; then

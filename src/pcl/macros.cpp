@@ -31,6 +31,9 @@ pcl_macro* detached_list;
 
 // Replay work since the input file last delivered a byte.
 uint64_t replay_work;
+// Input file and position at which the replay work was last paid back.
+FILE* credit_file = nullptr;
+long credit_pos = -1;
 
 // Overlay text loops that still have to see the end of their input, and the
 // page counter when the last of them was counted (each such loop belongs to
@@ -91,6 +94,24 @@ getchar_fn level_reader()
 
 int resume_getc();
 
+// Replay work is paid back by progress in the input file: every byte read
+// from the file since the last payment returns MAC_REPLAY_CREDIT units, so
+// the total replay of a job stays within MAC_REPLAY_BUDGET plus a fixed
+// multiple of its size. Where the position is unknown (a pipe), or a new file
+// has started, the work is cleared instead.
+void earn_replay_credit()
+{
+    long const pos = infp ? std::ftell(infp) : -1;
+    if (pos < 0 || credit_pos < 0 || pos < credit_pos || infp != credit_file) {
+        replay_work = 0;
+    } else {
+        uint64_t const earned = static_cast<uint64_t>(pos - credit_pos) * MAC_REPLAY_CREDIT;
+        replay_work = earned >= replay_work ? 0 : replay_work - earned;
+    }
+    credit_pos = pos;
+    credit_file = infp;
+}
+
 // Installs the reader for the current level, going through resume_getc when
 // overlay loops must still end or when a byte from the file must clear the
 // replay work.
@@ -114,7 +135,7 @@ int resume_getc()
             return -1;
     }
     if (mac_nesting == 0)
-        replay_work = 0;
+        earn_replay_credit();
     getchar_func = level_reader();
     return getchar_func();
 }
@@ -398,6 +419,8 @@ pcl_macro* mac_call(int id, int mode)
             std::printf("macro %d does not exist\n", id);
         return nullptr;
     }
+    if (mac_nesting == 0)
+        earn_replay_credit();
     if (replay_work >= MAC_REPLAY_BUDGET) {
         if (verbose)
             std::printf("macro %d not started: replay limit reached\n", id);

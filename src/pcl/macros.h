@@ -20,11 +20,13 @@
 // - When a called level or an overlay ends, its pending text run is flushed
 //   before the caller's environment is restored, so that run keeps the
 //   level's font and line.
-// - Replay without fresh input is bounded: every replayed byte and every
-//   started level costs work, and once MAC_REPLAY_BUDGET units have been
-//   spent since the input file last delivered a byte, no new level starts.
-//   This stops macros that end by executing or calling themselves (or each
-//   other), which would otherwise re-enter forever at the same depth.
+// - Replay is bounded by the input: every replayed byte and every started
+//   level costs work, each byte read from the input file pays back
+//   MAC_REPLAY_CREDIT units, and while more than MAC_REPLAY_BUDGET units are
+//   owed no new level starts. This stops macros that end by executing or
+//   calling themselves (or each other), which would otherwise re-enter
+//   forever at the same depth, and keeps the total work of a job within a
+//   fixed multiple of its size.
 #pragma once
 
 #include <cstdint>
@@ -38,9 +40,11 @@ constexpr int MAC_OVERLAY = 2;
 constexpr int MAC_MAX_SIZE = 1048576;
 constexpr int MAC_MAX_NESTING = 2;
 constexpr int MAC_TMP_BUF_SIZE = 1024;
-// Work allowed between two bytes of the input file: one unit per replayed
-// byte, MAC_LEVEL_COST units per started level.
-constexpr uint64_t MAC_REPLAY_BUDGET = uint64_t{1} << 24;
+// Replay work that may be owed: one unit per replayed byte, MAC_LEVEL_COST
+// units per started level; each byte of the input file pays back
+// MAC_REPLAY_CREDIT units.
+constexpr uint64_t MAC_REPLAY_BUDGET = uint64_t{1} << 22;
+constexpr uint64_t MAC_REPLAY_CREDIT = 4096;
 constexpr uint64_t MAC_LEVEL_COST = 256;
 
 struct pcl_macro {

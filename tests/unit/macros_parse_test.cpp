@@ -39,10 +39,11 @@ TEST_F(MacroParse, MacrosEndingInTheirOwnCallAreBounded)
     EXPECT_GT(pages, 1000);
     EXPECT_LE(pages, static_cast<int32_t>(MAC_REPLAY_BUDGET / MAC_LEVEL_COST));
     EXPECT_EQ(mac_nesting, 0);
-    EXPECT_EQ(mac_replay_work(), 0u);  // the file's last byte cleared it
+    // What is still owed stays within the budget plus one started level.
+    EXPECT_LE(mac_replay_work(), MAC_REPLAY_BUDGET + MAC_LEVEL_COST + 16);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
 
-    // A byte of the file renews the budget: the same loop runs as long again.
+    // A new input file starts with the whole budget: the loop runs as long again.
     run_pcl(select(1) + ctl(2) + "D", 0);
     EXPECT_EQ(env.page_serial - pages, pages);
 }
