@@ -3,7 +3,7 @@
 # missing. Sourced by demo.sh and test.sh.
 set -euo pipefail
 
-tarvo_packages=(g++ cmake make libgtest-dev python3 python3-fonttools clang libclang-rt-14-dev ghostscript libpostscriptbarcode
+tarvo_packages=(g++ cmake make time libgtest-dev python3 python3-fonttools clang libclang-rt-14-dev ghostscript libpostscriptbarcode
                 icc-profiles-free poppler-utils)
 
 tarvo_install_deps() {
