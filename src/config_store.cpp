@@ -10,6 +10,8 @@
 #include <string_view>
 #include <strings.h>
 
+#include "common/file_ptr.h"
+
 namespace {
 
 // Three parallel columns, one element per entry, in order of addition.
@@ -100,10 +102,6 @@ int parse_line(char const* line, std::string& section)
     return config_add_value(section.c_str(), item.c_str(), value.c_str());
 }
 
-struct FileCloser {
-    void operator()(FILE* f) const { std::fclose(f); }
-};
-
 }  // namespace
 
 int config_add_value(char const* section, char const* item, char const* value)
@@ -157,7 +155,7 @@ char const* config_enum_item(char const* section, char const* item, int* index)
 
 int config_read_file(char const* path, int optional)
 {
-    std::unique_ptr<FILE, FileCloser> fp(std::fopen(path, "rb"));
+    FilePtr fp(std::fopen(path, "rb"));
     if (!fp) {
         int err = errno;
         if (err == ENOENT && optional)

@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "common/file_ptr.h"
 #include "common/install_paths.h"
 #include "config_store.h"
 #include "ghostscript.h"
@@ -51,11 +52,6 @@ constexpr char const* kHelpOptions =
     " -G opt   additional ghostscript options\n"
     " -C opt   define config option ([section:]item=value)\n"
     " -V       output version and exit\n";
-
-struct FileCloser {
-    void operator()(FILE* f) const { std::fclose(f); }
-};
-using FilePtr = std::unique_ptr<FILE, FileCloser>;
 
 char const* base_name(char const* path)
 {

@@ -8,6 +8,7 @@
 #include <ctime>
 #include <memory>
 
+#include "common/file_ptr.h"
 #include "config_store.h"
 #include "ghostscript.h"
 #include "pcl/environment.h"
@@ -412,7 +413,7 @@ void ps_exit(char const* marks_path)
     write_line("%%EOF");
 
     if (marks_path) {
-        std::unique_ptr<FILE, int (*)(FILE*)> marks(std::fopen(marks_path, "r"), &std::fclose);
+        FilePtr marks(std::fopen(marks_path, "r"));
         if (!marks) {
             std::perror(marks_path);
             std::fflush(outfp);

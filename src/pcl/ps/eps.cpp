@@ -6,15 +6,11 @@
 #include <limits>
 #include <memory>
 
+#include "common/file_ptr.h"
 #include "pcl/ps/document.h"
 #include "run_mode.h"
 
 namespace {
-
-struct FileCloser {
-    void operator()(FILE* f) const noexcept { std::fclose(f); }
-};
-using FilePtr = std::unique_ptr<FILE, FileCloser>;
 
 constexpr unsigned char DOS_EPS_SIGNATURE[4] = {0xC5, 0xD0, 0xD3, 0xC6};
 constexpr size_t DOS_EPS_HEADER_SIZE = 32;

@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 
+#include "common/file_ptr.h"
 #include "common/install_paths.h"
 #include "config_store.h"
 #include "run_mode.h"
@@ -20,11 +21,6 @@ constexpr size_t kMaxResourcePath = 1023;
 // Lines of a resource's header comments are examined in pieces of this size.
 constexpr size_t kLineBuffer = 8192;
 constexpr size_t kCopyBlock = 8192;
-
-struct FileCloser {
-    void operator()(FILE* f) const { std::fclose(f); }
-};
-using FilePtr = std::unique_ptr<FILE, FileCloser>;
 
 // The directory of resource files: PS.INCLUDE, else the installation's
 // share directory + "/tarvo/ps".
