@@ -56,7 +56,7 @@ void pcl_mover(double value)
     int32_t const rows = sat_mul(to_int(value), env.vmi);
     if (movetype)
         env.cur_y = sat_add(env.cur_y, rows);
-    else if (compat_f & 1)
+    else if (compat_f & COMPAT_CURSOR)
         env.cur_y = sat_add(env.top_margin, rows);
     else
         env.cur_y = to_int(static_cast<double>(env.top_margin) + rows + 0.75 * env.vmi);

@@ -326,7 +326,7 @@ void pcl_page_length(double value)
         int32_t const v = env.page_height / n;
         // Adapting is refused when it would halve the line spacing or more,
         // unless the compatibility flag asks for it always.
-        if ((compat_f & 2) || v > env.vmi / 2) {
+        if ((compat_f & COMPAT_HALF_LINE) || v > env.vmi / 2) {
             if (verbose >= 2)
                 std::printf("page length %d exceeds logical page %d, adapt vmi %d to %d\n",
                             length, env.page_height, env.vmi, v);

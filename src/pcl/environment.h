@@ -66,6 +66,16 @@ extern pcl_env env;
 extern pcl_env default_env;
 extern int default_env_valid;
 extern int compat_f;
+
+// Compatibility bits of the BCOMPAT item. Bit 4 restores the earlier
+// rendering (pages, text and characters exactly as before the printer-faithful
+// defaults) for sites whose downstream tools depend on it byte for byte.
+enum compat_bit : int {
+    COMPAT_CURSOR = 1,
+    COMPAT_HALF_LINE = 2,
+    COMPAT_LEGACY = 4,
+};
+inline bool compat_legacy() { return (compat_f & COMPAT_LEGACY) != 0; }
 extern paper_type const known_paper_types[];
 
 void pcl_init();
