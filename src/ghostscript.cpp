@@ -79,7 +79,9 @@ void gs_setup(int level, char const* output, char const* options)
     append_option(gs_cmd, cfg("GS.OPT"));
     gs_cmd += " -sOutputFile=";
     append_quoted(gs_cmd, output ? output : "-");
-    gs_cmd += " -";
+    // "-_" reads the program from standard input with normal buffering; a
+    // bare "-" would make the interpreter read it one byte per system call.
+    gs_cmd += " -_";
 
     if (verbose >= 1)
         std::fprintf(stderr, "%s\n", gs_cmd.c_str());

@@ -37,12 +37,12 @@ TEST_F(GsCommand, OptionsPerModeAndFromTheConfiguration)
     std::string const base = "\"gs\" -q -dNOPAUSE -dBATCH";
     std::string const rgb =
         " -sColorConversionStrategy=RGB -sProcessColorModel=DeviceRGB -dPDFACompatibilityPolicy=1";
-    EXPECT_EQ(setup(1, nullptr, nullptr), base + " -sDEVICE=pdfwrite -sOutputFile=\"-\" -");
+    EXPECT_EQ(setup(1, nullptr, nullptr), base + " -sDEVICE=pdfwrite -sOutputFile=\"-\" -_");
     EXPECT_EQ(setup(2, "o.pdf", nullptr),
-              base + " -dNOSAFER -sDEVICE=pdfwrite -dPDFA=1" + rgb + " -sOutputFile=\"o.pdf\" -");
+              base + " -dNOSAFER -sDEVICE=pdfwrite -dPDFA=1" + rgb + " -sOutputFile=\"o.pdf\" -_");
     EXPECT_EQ(setup(3, nullptr, nullptr),
-              base + " -dNOSAFER -sDEVICE=pdfwrite -dPDFA=2" + rgb + " -sOutputFile=\"-\" -");
-    EXPECT_EQ(setup(0, nullptr, nullptr), base + " -sOutputFile=\"-\" -");
+              base + " -dNOSAFER -sDEVICE=pdfwrite -dPDFA=2" + rgb + " -sOutputFile=\"-\" -_");
+    EXPECT_EQ(setup(0, nullptr, nullptr), base + " -sOutputFile=\"-\" -_");
 
     config_add_value("CONFIG", "GS", "/opt/gs");
     config_add_value("CONFIG", "GS.PRINT.OPT", "-r300");
@@ -54,11 +54,11 @@ TEST_F(GsCommand, OptionsPerModeAndFromTheConfiguration)
     std::string const own = "\"/opt/gs\" -q -dNOPAUSE -dBATCH";
     // -G options first, then the mode's item, paper size and general options.
     EXPECT_EQ(setup(0, "/dev/lp0", "-dG"),
-              own + " -dG -r300 -sPAPERSIZE=a4 -dSAFER -sOutputFile=\"/dev/lp0\" -");
+              own + " -dG -r300 -sPAPERSIZE=a4 -dSAFER -sOutputFile=\"/dev/lp0\" -_");
     EXPECT_EQ(setup(1, nullptr, "-dG"),
-              own + " -sDEVICE=pdfwrite -dG -dPdf -sPAPERSIZE=a4 -dSAFER -sOutputFile=\"-\" -");
+              own + " -sDEVICE=pdfwrite -dG -dPdf -sPAPERSIZE=a4 -dSAFER -sOutputFile=\"-\" -_");
     EXPECT_EQ(setup(2, nullptr, nullptr),
-              own + " -dNOSAFER -sDEVICE=pdfwrite -dPDFA=1 -dOwn -sPAPERSIZE=a4 -dSAFER -sOutputFile=\"-\" -");
+              own + " -dNOSAFER -sDEVICE=pdfwrite -dPDFA=1 -dOwn -sPAPERSIZE=a4 -dSAFER -sOutputFile=\"-\" -_");
     EXPECT_STREQ(getenv("GS_FONTPATH"), "/fonts");
     verbose = 1;
     std::string const trace = capture_stderr([] { gs_setup(1, nullptr, nullptr); });
@@ -93,7 +93,7 @@ TEST_F(GsCommand, HostileNamesArriveAsOneLiteralArgument)
 
     std::string const args = read_file(dir.path() + "/args");
     EXPECT_EQ(args, std::string("-q\0-dNOPAUSE\0-dBATCH\0-sDEVICE=pdfwrite\0", 39) + "-sOutputFile=" + out +
-                        std::string("\0-\0", 3));
+                        std::string("\0-_\0", 4));
     EXPECT_EQ(read_file(dir.path() + "/stdin"), "%!PS\nshowpage\n");
     for (char const* f : {"/PWNED1", "/PWNED2", "/PWNED3"})
         EXPECT_NE(access((dir.path() + f).c_str(), F_OK), 0) << f << " was created";
