@@ -3,7 +3,8 @@
 
 A case is <name>.pcl with <name>.args (options, one per line; the input file
 is appended), the expected <name>.out (the %%CreationDate value is masked)
-and optionally <name>.err, <name>.status (default 0) and <name>.cfg (passed
+and optionally <name>.about (one line: what the case proves, printed on
+failure), <name>.err, <name>.status (default 0) and <name>.cfg (passed
 with -c). With --legacy every case runs with compatibility bit 4 added to the
 BCOMPAT the case configures, and is compared with <name>.legacy.out (and
 .legacy.err) where present, else with the ordinary expected files: the
@@ -101,6 +102,9 @@ def main():
         problems = run_case(os.path.abspath(opts.binary), opts.data, name, opts.update, opts.legacy)
         failed += bool(problems)
         print("FAIL %s: %s" % (name, "; ".join(problems)) if problems else "ok   " + name)
+        about = os.path.join(opts.data, name + ".about")
+        if problems and os.path.exists(about):
+            print("     (this case checks: %s)" % open(about).read().strip())
     print("%d passed, %d failed" % (len(names) - failed, failed))
     return 1 if failed else 0
 
