@@ -8,6 +8,7 @@
 #include <cstdlib>
 
 #include "config_store.h"
+#include "pcl/environment.h"
 #include "run_mode.h"
 
 std::string gs_cmd;
@@ -75,6 +76,12 @@ void gs_setup(int level, char const* output, char const* options)
     if (char const* paper = cfg("GS.PAPER.SIZE")) {
         gs_cmd += " -sPAPERSIZE=";
         gs_cmd += paper;
+        // The document asks for each page's sheet; a configured paper size
+        // holds against those requests (pages of another size are clipped).
+        // The earlier rendering, which made no requests, did not need it.
+        char const* compat = config_get_option("CONFIG", "BCOMPAT", nullptr);
+        if (!compat || (std::strtol(compat, nullptr, 10) & COMPAT_LEGACY) == 0)
+            gs_cmd += " -dFIXEDMEDIA";
     }
     append_option(gs_cmd, cfg("GS.OPT"));
     gs_cmd += " -sOutputFile=";

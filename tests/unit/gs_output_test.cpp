@@ -3,6 +3,7 @@
 // Symbol, dingbats), and a PDF/A carries the title and the output intent.
 #include <algorithm>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -58,6 +59,46 @@ TEST(GhostscriptOutput, PdfaHasOutputIntentAndTitle)
     EXPECT_NE(bytes.find("pdfaid:part='2'"), std::string::npos) << "no PDF/A-2 identification";
     std::string const info = shell_output("pdfinfo '" + pdf + "'");
     EXPECT_NE(info.find("Title:           Quarterly report\n"), std::string::npos) << info;
+}
+
+// The page sizes pdfinfo reports for every page of the PDF of `job`, one
+// "W x H" per page, with `extra` options (configuration definitions).
+std::vector<std::string> pdf_page_sizes(std::string const& job, std::vector<std::string> extra = {})
+{
+    TempDir dir;
+    std::string const pdf = dir.path() + "/out.pdf";
+    std::vector<std::string> args = std::move(extra);
+    for (char const* a : {"-p", "-o"})
+        args.emplace_back(a);
+    args.push_back(pdf);
+    RunResult r = run_tarvo(args, job, dir.path(), {"ZENTHORAX=" + build_dir(), "HOME"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    std::string const info = shell_output("pdfinfo -f 1 -l 99 '" + pdf + "'");
+    std::vector<std::string> sizes;
+    for (size_t at = info.find(" size:"); at != std::string::npos; at = info.find(" size:", at + 1)) {
+        size_t const from = info.find_first_not_of(' ', at + 6);
+        size_t const to = info.find(" pts", from);
+        if (info.compare(at - 4, 4, "File") != 0 && to != std::string::npos)
+            sizes.push_back(info.substr(from, to - from));
+    }
+    return sizes;
+}
+
+// Each page comes out on the sheet the job asked for, also when sizes mix
+// and when a page is landscape; a configured Ghostscript paper size wins.
+TEST(GhostscriptOutput, PagesComeOnTheirSheets)
+{
+    if (!have_tool("gs") || !have_tool("pdfinfo"))
+        GTEST_SKIP() << "Ghostscript or pdfinfo not installed";
+    std::string const letter = ESC + "&l2ALetter\f";
+    std::string const legal = ESC + "&l3ALegal\f";
+    using sizes = std::vector<std::string>;
+    EXPECT_EQ(pdf_page_sizes(letter), sizes{"612 x 792"});
+    EXPECT_EQ(pdf_page_sizes(legal), sizes{"612 x 1008"});
+    std::string const mixed = letter + legal + ESC + "&l1O" + letter + "Still Letter\f";
+    EXPECT_EQ(pdf_page_sizes(mixed), (sizes{"612 x 792", "612 x 1008", "612 x 792", "612 x 792"}));
+    EXPECT_EQ(pdf_page_sizes(ESC + "E" + ESC + "&l26AA4" + legal, {"-C", "CONFIG:GS.PAPER.SIZE=letter"}),
+              (sizes{"612 x 792", "612 x 792"}));
 }
 
 }  // namespace

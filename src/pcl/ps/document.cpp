@@ -39,6 +39,18 @@ int ps_overlay_mode = 1;
 
 namespace {
 
+// A sheet the document asks for: its name and portrait size in points.
+struct sheet {
+    std::string name;
+    double width;
+    double height;
+};
+
+// Every distinct sheet of the document in first-use order (listed in the
+// trailer as %%DocumentMedia), and the one the last page asked for.
+std::vector<sheet> document_media;
+sheet page_media;
+
 // The procedures every page relies on: font reencoding, the short names for
 // moveto/show/glyphshow, and underlined show.
 constexpr char kProlog[] = R"PS(
@@ -154,6 +166,36 @@ void format_creation_date(char (&buf)[65])
         buf[0] = '\0';
 }
 
+// The media name of a page size: the table's name with only its first
+// letter in capitals ("Letter", "A4").
+std::string media_name(char const* page_name)
+{
+    std::string name = page_name ? page_name : "Custom";
+    for (size_t i = 1; i < name.size(); ++i)
+        if (name[i] >= 'A' && name[i] <= 'Z')
+            name[i] = static_cast<char>(name[i] - 'A' + 'a');
+    return name;
+}
+
+// Asks the device for the page's sheet when it differs from the previous
+// page's (a request resets the graphics state, so it comes before the page's
+// rotation), and remembers it for the trailer.
+void request_sheet(int first)
+{
+    sheet const wanted{media_name(env.page_name), ps_bb_width, ps_bb_height};
+    if (first != 1 && wanted.width == page_media.width && wanted.height == page_media.height)
+        return;
+    page_media = wanted;
+    std::fprintf(outfp, "%%%%PageMedia: %s\n", wanted.name.c_str());
+    std::fputs("%%BeginPageSetup\n", outfp);
+    std::fprintf(outfp, "<< /PageSize [%g %g] >> setpagedevice\n", wanted.width, wanted.height);
+    std::fputs("%%EndPageSetup\n", outfp);
+    for (sheet const& known : document_media)
+        if (known.name == wanted.name && known.width == wanted.width && known.height == wanted.height)
+            return;
+    document_media.push_back(wanted);
+}
+
 bool is_blank(char c)
 {
     return c == ' ' || c == '\t';
@@ -221,6 +263,8 @@ void ps_init()
     write_line("%%Pages: (atend)");
     write_line("%%PageOrder: Ascend");
     write_line("%%DocumentFonts: (atend)");
+    if (!compat_legacy())
+        write_line("%%DocumentMedia: (atend)");
     write_line("%%Creator: tarvo A.01.00.00");
     if (date[0])
         std::fprintf(outfp, "%%%%CreationDate: %s\n", date);
@@ -303,6 +347,8 @@ void ps_page_header(int first)
     } else if (ps_bb_width != ps_bb_width_1 || ps_bb_height != ps_bb_height_1) {
         std::fprintf(outfp, "%%%%PageBoundingBox: %g %g %g %g\n", 0.0, 0.0, ps_bb_width, ps_bb_height);
     }
+    if (!compat_legacy())
+        request_sheet(first);
 
     switch (orientation) {
     case 1: ps_page_rotate = 90; break;
@@ -398,6 +444,9 @@ void ps_exit(char const* marks_path)
     std::fprintf(outfp, "%%%%BoundingBox: %.0f %.0f %.0f %.0f\n", 0.0, 0.0, ps_bb_width_1 + 0.4,
                  ps_bb_height_1 + 0.4);
     std::fprintf(outfp, "%%%%Pages: %d\n", ps_page_counter);
+    for (size_t i = 0; i < document_media.size(); ++i)
+        std::fprintf(outfp, "%s %s %g %g 0 () ()\n", i == 0 ? "%%DocumentMedia:" : "%%+",
+                     document_media[i].name.c_str(), document_media[i].width, document_media[i].height);
     for (size_t i = 0; i < used_font_list.size(); ++i) {
         std::string const& name = used_font_list[i];
         if (i == 0) {
@@ -445,6 +494,8 @@ void ps_document_reset()
     emitting = 0;
     characteristic = 0;
     used_font_list.clear();
+    document_media.clear();
+    page_media = sheet{};
     ps_barcode = 0;
     ps_overlay_mode = 1;
     ps_font_enc = 0;
