@@ -54,11 +54,11 @@ TEST_F(GsCommand, OptionsPerModeAndFromTheConfiguration)
     std::string const own = "\"/opt/gs\" -q -dNOPAUSE -dBATCH";
     // -G options first, then the mode's item, paper size and general options.
     EXPECT_EQ(setup(0, "/dev/lp0", "-dG"),
-              own + " -dG -r300 -sPAPERSIZE=a4 -dSAFER -sOutputFile=\"/dev/lp0\" -_");
+              own + " -dG -r300 -sPAPERSIZE=a4 -dFIXEDMEDIA -dSAFER -sOutputFile=\"/dev/lp0\" -_");
     EXPECT_EQ(setup(1, nullptr, "-dG"),
-              own + " -sDEVICE=pdfwrite -dG -dPdf -sPAPERSIZE=a4 -dSAFER -sOutputFile=\"-\" -_");
+              own + " -sDEVICE=pdfwrite -dG -dPdf -sPAPERSIZE=a4 -dFIXEDMEDIA -dSAFER -sOutputFile=\"-\" -_");
     EXPECT_EQ(setup(2, nullptr, nullptr),
-              own + " -dNOSAFER -sDEVICE=pdfwrite -dPDFA=1 -dOwn -sPAPERSIZE=a4 -dSAFER -sOutputFile=\"-\" -_");
+              own + " -dNOSAFER -sDEVICE=pdfwrite -dPDFA=1 -dOwn -sPAPERSIZE=a4 -dFIXEDMEDIA -dSAFER -sOutputFile=\"-\" -_");
     EXPECT_STREQ(getenv("GS_FONTPATH"), "/fonts");
     verbose = 1;
     std::string const trace = capture_stderr([] { gs_setup(1, nullptr, nullptr); });
