@@ -9,6 +9,7 @@
 
 #include "config_store.h"
 #include "pcl/environment.h"
+#include "pcl/ps/resources.h"
 #include "run_mode.h"
 
 std::string gs_cmd;
@@ -49,6 +50,24 @@ void append_option(std::string& cmd, char const* text)
 
 }  // namespace
 
+std::string gs_output_name(char const* output)
+{
+    if (!output)
+        return "-";
+    // A leading "|" or "%" would make the interpreter open a pipe or one of
+    // its special devices; "./" in front keeps it a file name. A "%" inside
+    // the name would be a page-number format; doubled it stands for itself.
+    std::string name;
+    if (output[0] == '|' || output[0] == '%')
+        name = "./";
+    for (char const* p = output; *p; ++p) {
+        if (*p == '%')
+            name += '%';
+        name += *p;
+    }
+    return name;
+}
+
 void gs_setup(int level, char const* output, char const* options)
 {
     if (char const* fontpath = cfg("GS.FONTPATH"))
@@ -56,7 +75,10 @@ void gs_setup(int level, char const* output, char const* options)
 
     gs_cmd.clear();
     append_quoted(gs_cmd, config_get_option("CONFIG", "GS", "gs"));
-    gs_cmd += " -q -dNOPAUSE -dBATCH";
+    // The document may carry PostScript from the job itself (verbatim
+    // data), so the interpreter never gets to open files or pipes of its
+    // own choosing: every mode runs with SAFER.
+    gs_cmd += " -q -dNOPAUSE -dBATCH -dSAFER";
     if (level <= 0) {
         append_option(gs_cmd, options);
         append_option(gs_cmd, cfg("GS.PRINT.OPT"));
@@ -65,7 +87,11 @@ void gs_setup(int level, char const* output, char const* options)
         append_option(gs_cmd, options);
         append_option(gs_cmd, cfg("GS.PDF.OPT"));
     } else {
-        gs_cmd += " -dNOSAFER -sDEVICE=pdfwrite -dPDFA=";
+        // PDF/A reads the sRGB profile for its output intent; that one
+        // file is all the document may read.
+        gs_cmd += " --permit-file-read=";
+        append_quoted(gs_cmd, ps_icc_profile_path().c_str());
+        gs_cmd += " -sDEVICE=pdfwrite -dPDFA=";
         gs_cmd += std::to_string(level - 1);
         append_option(gs_cmd, options);
         char const* pdfa = cfg("GS.PDFA.OPT");
@@ -85,7 +111,7 @@ void gs_setup(int level, char const* output, char const* options)
     }
     append_option(gs_cmd, cfg("GS.OPT"));
     gs_cmd += " -sOutputFile=";
-    append_quoted(gs_cmd, output ? output : "-");
+    append_quoted(gs_cmd, gs_output_name(output).c_str());
     // "-_" reads the program from standard input with normal buffering; a
     // bare "-" would make the interpreter read it one byte per system call.
     gs_cmd += " -_";

@@ -134,7 +134,7 @@ TEST(Driver, ExitStatusOfTheInterpreter)
         {{"-g", "-C", "config:gs=" + killed}, "text", 1, "tarvo: ghostscript returned exit status 265\n"},
         // Nothing drawn: the command is shown but never started.
         {{"-g", "-a", "-C", "config:gs=" + failing}, "text", 0,
-         "\"" + failing + "\" -q -dNOPAUSE -dBATCH -sOutputFile=\"-\" -_\n"},
+         "\"" + failing + "\" -q -dNOPAUSE -dBATCH -dSAFER -sOutputFile=\"-\" -_\n"},
         {{"-p", "-C", "config:gs=" + quitter}, big, 0, ""},
     };
     for (Case const& c : cases) {

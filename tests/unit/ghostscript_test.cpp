@@ -11,6 +11,7 @@
 
 #include "config_store.h"
 #include "ghostscript.h"
+#include "pcl/ps/resources.h"
 #include "run_mode.h"
 #include "test_support.h"
 
@@ -34,14 +35,15 @@ protected:
 
 TEST_F(GsCommand, OptionsPerModeAndFromTheConfiguration)
 {
-    std::string const base = "\"gs\" -q -dNOPAUSE -dBATCH";
+    std::string const base = "\"gs\" -q -dNOPAUSE -dBATCH -dSAFER";
+    std::string const permit = " --permit-file-read=\"" + ps_icc_profile_path() + "\"";
     std::string const rgb =
         " -sColorConversionStrategy=RGB -sProcessColorModel=DeviceRGB -dPDFACompatibilityPolicy=1";
     EXPECT_EQ(setup(1, nullptr, nullptr), base + " -sDEVICE=pdfwrite -sOutputFile=\"-\" -_");
     EXPECT_EQ(setup(2, "o.pdf", nullptr),
-              base + " -dNOSAFER -sDEVICE=pdfwrite -dPDFA=1" + rgb + " -sOutputFile=\"o.pdf\" -_");
+              base + permit + " -sDEVICE=pdfwrite -dPDFA=1" + rgb + " -sOutputFile=\"o.pdf\" -_");
     EXPECT_EQ(setup(3, nullptr, nullptr),
-              base + " -dNOSAFER -sDEVICE=pdfwrite -dPDFA=2" + rgb + " -sOutputFile=\"-\" -_");
+              base + permit + " -sDEVICE=pdfwrite -dPDFA=2" + rgb + " -sOutputFile=\"-\" -_");
     EXPECT_EQ(setup(0, nullptr, nullptr), base + " -sOutputFile=\"-\" -_");
 
     config_add_value("CONFIG", "GS", "/opt/gs");
@@ -51,18 +53,31 @@ TEST_F(GsCommand, OptionsPerModeAndFromTheConfiguration)
     config_add_value("CONFIG", "GS.PAPER.SIZE", "a4");
     config_add_value("CONFIG", "GS.OPT", "-dSAFER");
     config_add_value("CONFIG", "GS.FONTPATH", "/fonts");
-    std::string const own = "\"/opt/gs\" -q -dNOPAUSE -dBATCH";
+    config_add_value("CONFIG", "PS.INCLUDE", "/res");  // the profile's directory
+    std::string const own = "\"/opt/gs\" -q -dNOPAUSE -dBATCH -dSAFER";
     // -G options first, then the mode's item, paper size and general options.
     EXPECT_EQ(setup(0, "/dev/lp0", "-dG"),
               own + " -dG -r300 -sPAPERSIZE=a4 -dFIXEDMEDIA -dSAFER -sOutputFile=\"/dev/lp0\" -_");
     EXPECT_EQ(setup(1, nullptr, "-dG"),
               own + " -sDEVICE=pdfwrite -dG -dPdf -sPAPERSIZE=a4 -dFIXEDMEDIA -dSAFER -sOutputFile=\"-\" -_");
     EXPECT_EQ(setup(2, nullptr, nullptr),
-              own + " -dNOSAFER -sDEVICE=pdfwrite -dPDFA=1 -dOwn -sPAPERSIZE=a4 -dFIXEDMEDIA -dSAFER -sOutputFile=\"-\" -_");
+              own + " --permit-file-read=\"/res/sRGB.icc\" -sDEVICE=pdfwrite -dPDFA=1 -dOwn -sPAPERSIZE=a4 -dFIXEDMEDIA -dSAFER -sOutputFile=\"-\" -_");
     EXPECT_STREQ(getenv("GS_FONTPATH"), "/fonts");
     verbose = 1;
     std::string const trace = capture_stderr([] { gs_setup(1, nullptr, nullptr); });
     EXPECT_EQ(trace, gs_cmd + "\n");
+}
+
+// Names the interpreter would take for a pipe, a device or a page-number
+// pattern reach it as plain file names.
+TEST(GsOutputName, InterpreterSyntaxIsNeutralised)
+{
+    EXPECT_EQ(gs_output_name(nullptr), "-");
+    EXPECT_EQ(gs_output_name("out.pdf"), "out.pdf");
+    EXPECT_EQ(gs_output_name("|cat > /tmp/x"), "./|cat > /tmp/x");
+    EXPECT_EQ(gs_output_name("%pipe%id"), "./%%pipe%%id");
+    EXPECT_EQ(gs_output_name("page%d.pdf"), "page%%d.pdf");
+    EXPECT_EQ(gs_output_name("/abs/|x%"), "/abs/|x%%");
 }
 
 // Both the executable's directory and the output name carry every character
@@ -92,7 +107,7 @@ TEST_F(GsCommand, HostileNamesArriveAsOneLiteralArgument)
     unsetenv("GS_RECORD");
 
     std::string const args = read_file(dir.path() + "/args");
-    EXPECT_EQ(args, std::string("-q\0-dNOPAUSE\0-dBATCH\0-sDEVICE=pdfwrite\0", 39) + "-sOutputFile=" + out +
+    EXPECT_EQ(args, std::string("-q\0-dNOPAUSE\0-dBATCH\0-dSAFER\0-sDEVICE=pdfwrite\0", 47) + "-sOutputFile=" + out +
                         std::string("\0-_\0", 4));
     EXPECT_EQ(read_file(dir.path() + "/stdin"), "%!PS\nshowpage\n");
     for (char const* f : {"/PWNED1", "/PWNED2", "/PWNED3"})

@@ -82,6 +82,11 @@ void copy_resource(FILE* in)
 
 }  // namespace
 
+std::string ps_icc_profile_path()
+{
+    return resource_dir() + "/sRGB.icc";
+}
+
 void ps_include_resource(char const* name)
 {
     if (!outfp)
@@ -116,7 +121,7 @@ void ps_pdfa_def()
     } else {
         // The profile is read by Ghostscript when it runs the document. Path
         // and title go into PostScript strings as they are.
-        std::string const icc = resource_dir() + "/sRGB.icc";
+        std::string const icc = ps_icc_profile_path();
         std::fprintf(outfp,
                      "\n"
                      "%%%%BeginResource: builtin_pdfa_def\n"

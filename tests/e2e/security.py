@@ -1,0 +1,123 @@
+#!/usr/bin/env python3
+"""Hostile jobs, titles and names against the built tarvo and the real
+Ghostscript: nothing a job carries may run a command, write or read a file
+it was not given, or break the document it lands in.
+
+Every case runs in a fresh directory; Ghostscript's temporary directory
+(where SAFER still lets a document write) is a subdirectory of its own, so a
+file that appears beside it was written by the document.
+"""
+import argparse, os, shutil, subprocess, sys, tempfile, unittest
+
+BINARY = None
+
+
+def verbatim(ps):
+    """A PCL job that prints a line of text and then carries `ps` as
+    PostScript verbatim data."""
+    data = ps.encode()
+    return b"Hello\r\n" + b"\x1b&p%dW" % len(data) + data + b"\r\nWorld\f"
+
+
+def have(tool):
+    return shutil.which(tool) is not None
+
+
+class Case(unittest.TestCase):
+    def setUp(self):
+        self.tmp = tempfile.TemporaryDirectory(prefix="tarvo-sec-")
+        self.dir = self.tmp.name
+        os.mkdir(os.path.join(self.dir, "gstmp"))
+
+    def tearDown(self):
+        self.tmp.cleanup()
+
+    def path(self, name):
+        return os.path.join(self.dir, name)
+
+    def write(self, name, data):
+        with open(self.path(name), "wb") as f:
+            f.write(data)
+        return self.path(name)
+
+    def run_tarvo(self, *args, stdin=b""):
+        env = dict(os.environ, HOME=self.dir, TMPDIR=self.path("gstmp"),
+                   ZENTHORAX=os.path.dirname(os.path.abspath(BINARY)),
+                   ZENTHORAX_ETC=self.path("etc"), ZENTHORAX_TMP=self.path("gstmp"))
+        return subprocess.run([BINARY] + list(args), cwd=self.dir, env=env, input=stdin,
+                              capture_output=True, timeout=120)
+
+    def pdf_title(self, pdf):
+        out = subprocess.run(["pdfinfo", "-enc", "UTF-8", pdf], capture_output=True).stdout
+        for line in out.decode("utf-8").splitlines():
+            if line.startswith("Title:"):
+                return line[len("Title:"):].strip()
+        return None
+
+
+@unittest.skipUnless(have("gs") and have("pdfinfo"), "needs Ghostscript and pdfinfo")
+class GhostscriptSandbox(Case):
+    """A job that tries to write a file and to open a pipe gets neither, in
+    every Ghostscript mode; the rest of the document is still produced."""
+
+    def test_every_mode_refuses_files_and_pipes(self):
+        modes = {
+            "-p": [],
+            "-pp": [],
+            "-ppp": [],
+            "-g": ["-C", "CONFIG:GS.PRINT.OPT=-sDEVICE=pdfwrite"],
+        }
+        for mode, extra in modes.items():
+            with self.subTest(mode=mode):
+                written, piped = self.path("WRITTEN" + mode), self.path("PIPED" + mode)
+                job = self.write("job.pcl", verbatim(
+                    "{ (%%pipe%%touch %s) (w) file closefile } stopped pop\n"
+                    "{ (%s) (w) file closefile } stopped pop\n"
+                    "{ (%%pipe%%touch %s) (w) file closefile } stopped pop" % (piped, written, piped)))
+                out = self.path("out" + mode + ".pdf")
+                proc = self.run_tarvo(mode, *extra, "-o", out, job)
+                self.assertEqual(proc.returncode, 0, proc.stderr)
+                self.assertFalse(os.path.exists(written), "the document wrote a file")
+                self.assertFalse(os.path.exists(piped), "the document ran a command")
+                info = subprocess.run(["pdfinfo", out], capture_output=True, text=True)
+                self.assertEqual(info.returncode, 0, info.stderr)
+                self.assertRegex(info.stdout, r"Pages:\s+1\n")
+
+    def test_pdfa_still_gets_its_output_intent(self):
+        out = self.path("a.pdf")
+        proc = self.run_tarvo("-pp", "-o", out, self.write("job.pcl", b"Hello\f"))
+        self.assertEqual(proc.returncode, 0, proc.stderr)
+        data = open(out, "rb").read()
+        self.assertIn(b"/GTS_PDFA1", data)
+        self.assertIn(b"pdfaid:part='1'", data)
+
+
+@unittest.skipUnless(have("gs"), "needs Ghostscript")
+class OutputNames(Case):
+    """An output name reaches Ghostscript as that file, whatever it looks
+    like to the interpreter."""
+
+    def test_names_are_files(self):
+        job = self.write("job.pcl", b"Page one\fPage two\f")
+        for name in ("|touch PIPED", "%pipe%touch PIPED", "page%d.pdf", "100%.pdf"):
+            with self.subTest(name=name):
+                proc = self.run_tarvo("-p", "-o", name, job)
+                self.assertEqual(proc.returncode, 0, proc.stderr)
+                self.assertTrue(os.path.isfile(self.path(name)), sorted(os.listdir(self.dir)))
+                self.assertEqual(open(self.path(name), "rb").read(5), b"%PDF-")
+                self.assertFalse(os.path.exists(self.path("PIPED")))
+                self.assertFalse(os.path.exists(self.path("page1.pdf")))
+                os.remove(self.path(name))
+
+
+def main():
+    global BINARY
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--binary", required=True)
+    args, rest = parser.parse_known_args()
+    BINARY = os.path.abspath(args.binary)
+    unittest.main(argv=[sys.argv[0]] + rest, verbosity=1)
+
+
+if __name__ == "__main__":
+    main()
