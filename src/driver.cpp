@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -137,6 +138,26 @@ int wait_status_code(int status)
     return status;
 }
 
+// True when `out` names an existing file that is also one of the files to
+// be read: an input file, standard input when no file is named, or the
+// marks file. Opening the output would truncate it before it is read.
+bool output_is_input(char const* out, char** inputs, int count, char const* marks)
+{
+    struct stat target;
+    if (stat(out, &target) != 0)
+        return false;
+    auto same = [&target](struct stat const& st) {
+        return st.st_dev == target.st_dev && st.st_ino == target.st_ino;
+    };
+    struct stat st;
+    if (count == 0 && fstat(STDIN_FILENO, &st) == 0 && same(st))
+        return true;
+    for (int i = 0; i < count; ++i)
+        if (stat(inputs[i], &st) == 0 && same(st))
+            return true;
+    return marks && stat(marks, &st) == 0 && same(st);
+}
+
 }  // namespace
 
 int tarvo_main(int argc, char** argv)
@@ -235,6 +256,11 @@ int tarvo_main(int argc, char** argv)
         return rc;
 
     bool const gs_mode = gs_flag || pdf_level > 0;
+    if (out_file && genps &&
+        output_is_input(out_file, argv + optind, argc - optind, marks_file)) {
+        std::fprintf(stderr, "%s: %s: output file is also an input file\n", progname, out_file);
+        return 1;
+    }
     FilePtr out_owner;
     if (gs_flag) {
         gs_setup(0, out_file, gs_options);

@@ -110,6 +110,49 @@ class OutputNames(Case):
                 os.remove(self.path(name))
 
 
+class OutputOverInput(Case):
+    """An output that is one of the files to be read is refused before it
+    is opened: exit status 1, the file untouched."""
+
+    def test_refused_for_every_way_of_naming_the_input(self):
+        job_data = b"Hello\f"
+        for mode in ("-s", "-p"):
+            for how in ("same name", "hard link", "standard input", "marks file"):
+                with self.subTest(mode=mode, how=how):
+                    job = self.write("job.pcl", job_data)
+                    out, args, stdin = job, [job], b""
+                    if how == "hard link":
+                        out = self.path("link.pcl")
+                        if os.path.exists(out):
+                            os.remove(out)
+                        os.link(job, out)
+                    elif how == "standard input":
+                        args = []
+                        stdin = None
+                    elif how == "marks file":
+                        out = self.write("marks.ps", b"% marks\n")
+                        args = ["-m", out, job]
+                    if stdin is None:
+                        with open(job, "rb") as f:
+                            env = dict(os.environ, HOME=self.dir)
+                            proc = subprocess.run([BINARY, mode, "-o", out], cwd=self.dir, env=env,
+                                                  stdin=f, capture_output=True, timeout=60)
+                    else:
+                        proc = self.run_tarvo(mode, "-o", out, *args)
+                    self.assertEqual(proc.returncode, 1)
+                    self.assertEqual(proc.stderr.decode(),
+                                     "tarvo: %s: output file is also an input file\n" % out)
+                    self.assertEqual(open(job, "rb").read(), job_data)
+                    if how == "marks file":
+                        self.assertEqual(open(out, "rb").read(), b"% marks\n")
+
+    def test_other_output_names_still_work(self):
+        job = self.write("job.pcl", b"Hello\f")
+        proc = self.run_tarvo("-s", "-o", self.path("job.ps"), job)
+        self.assertEqual(proc.returncode, 0, proc.stderr)
+        self.assertTrue(open(self.path("job.ps"), "rb").read().startswith(b"%!PS-Adobe-3.0"))
+
+
 def main():
     global BINARY
     parser = argparse.ArgumentParser()
