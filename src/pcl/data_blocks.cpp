@@ -7,6 +7,7 @@
 #include "pcl/macros.h"
 #include "pcl/ps/document.h"
 #include "pcl/ps/eps.h"
+#include "pcl/ps/writer.h"
 #include "pcl/text_buffer.h"
 #include "run_mode.h"
 
@@ -107,9 +108,10 @@ void readps(unsigned count)
         return;
 
     ps_ensure_output();
-    if (outfp == nullptr)
+    if (!ps_out_ready())
         return;
-    std::fprintf(outfp, "%.*s\n", static_cast<int>(line.size()), line.data());
+    ps_put(line);
+    ps_put('\n');
 
     std::string_view arg;
     switch (parse_inband(line, &arg)) {

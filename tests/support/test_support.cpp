@@ -18,6 +18,7 @@
 #include "pcl/escape_parser.h"
 #include "pcl/input.h"
 #include "pcl/macros.h"
+#include "pcl/ps/writer.h"
 #include "pcl/text_loop.h"
 #include "run_mode.h"
 
@@ -43,10 +44,12 @@ OutputCapture::OutputCapture() : saved_(outfp)
     if (!file_)
         throw std::runtime_error("open_memstream failed");
     outfp = file_;
+    ps_out_reset();
 }
 
 OutputCapture::~OutputCapture()
 {
+    ps_out_reset();
     std::fclose(file_);
     std::free(buf_);
     outfp = saved_;
@@ -54,6 +57,7 @@ OutputCapture::~OutputCapture()
 
 std::string OutputCapture::str()
 {
+    ps_out_flush();
     std::fflush(file_);
     return std::string(buf_, len_);
 }

@@ -14,6 +14,7 @@
 #include "pcl/glyph_map.h"
 #include "pcl/ps/document.h"
 #include "pcl/ps/text_emitter.h"
+#include "pcl/ps/writer.h"
 #include "pcl/text_buffer.h"
 #include "run_mode.h"
 
@@ -99,27 +100,11 @@ barcode_desc parse_description(char const* text)
     return d;
 }
 
-// Appends text to a PostScript string literal with the string's special
-// characters escaped.
-void append_escaped(std::string& out, unsigned code)
-{
-    char buf[8];
-    if (code == '(' || code == ')' || code == '\\') {
-        out += '\\';
-        out += static_cast<char>(code);
-    } else if (code < 0x7F) {
-        out += static_cast<char>(code);
-    } else {
-        std::snprintf(buf, sizeof buf, "\\%03o", code & 0xFFu);
-        out += buf;
-    }
-}
-
 }  // namespace
 
 int ps_barcode_run(uint16_t const* codes, int count)
 {
-    if (!ps_barcode || !outfp)
+    if (!ps_barcode || !ps_out_ready())
         return 0;
     pcl_font const& f = font[env.font_sel == 1 ? 1 : 0];
     char item[16];
@@ -132,20 +117,18 @@ int ps_barcode_run(uint16_t const* codes, int count)
         return 0;
 
     c_buf_ul = 0;
-    std::string out;
-    char num[96];
     if (env.pos_changed) {
-        std::snprintf(num, sizeof num, "%g %g M ", c_buf_curX * 72.0 / 72000.0 + ps_origin_x,
-                      ps_origin_y - env.cur_y * 72.0 / 72000.0);
-        out += num;
+        ps_put_pos(ps_x(c_buf_curX), ps_y(env.cur_y));
+        ps_put(' ');
         env.pos_changed = 0;
     }
     if (d.scale != 0) {
-        std::snprintf(num, sizeof num, "gsave %g %g scale\n", d.scale, d.scale);
-        out += num;
+        ps_put("gsave ");
+        ps_put_nums({d.scale, d.scale});
+        ps_put(" scale\n");
     }
     emitting = 1;
-    out += '(';
+    ps_put('(');
 
     int begin = 0, end = count > 0 ? count : 0;
     if (d.encoder == "code39" && end > 0) {
@@ -163,32 +146,28 @@ int ps_barcode_run(uint16_t const* codes, int count)
         ps_map_lookup(codes[i], ps_font_enc, &ps_code);
         // A character the font's encoding cannot address becomes a space:
         // a barcode's data has no glyph fallback.
-        append_escaped(out, ps_code >= 0x20 && ps_code <= 0xFF ? ps_code : ' ');
+        ps_put_str_byte(ps_code >= 0x20 && ps_code <= 0xFF ? ps_code : ' ');
     }
-    out += ") (";
+    ps_put(") (");
 
-    std::string options;
-    if (d.auto_height) {
-        double height = d.scale != 0 ? f.point_size / d.scale / 72 : f.point_size / 72;
-        std::snprintf(num, sizeof num, "height=%g", height);
-        options = num;
-        if (!d.options.empty())
-            options += ' ';
-    }
-    options += d.options;
     // The option string reaches the encoder exactly as configured: the
     // string literal's special characters are escaped.
-    for (unsigned char c : options)
-        append_escaped(out, c);
+    if (d.auto_height) {
+        ps_put("height=");
+        ps_put_num(d.scale != 0 ? f.point_size / d.scale / 72 : f.point_size / 72);
+        if (!d.options.empty())
+            ps_put(' ');
+    }
+    for (unsigned char c : d.options)
+        ps_put_str_byte(c);
 
-    out += ") /";
-    out += d.encoder;
-    out += " /";
-    out += BARCODE_RESOURCE_CATEGORY;
-    out += " findresource exec\n";
+    ps_put(") /");
+    ps_put(d.encoder);
+    ps_put(" /");
+    ps_put(BARCODE_RESOURCE_CATEGORY);
+    ps_put(" findresource exec\n");
     if (d.scale != 0)
-        out += "grestore\n";
-    std::fwrite(out.data(), 1, out.size(), outfp);
+        ps_put("grestore\n");
     emitting = 0;
     env.pos_changed = 1;
     return 1;

@@ -1,6 +1,7 @@
 #include "pcl/ps/document.h"
 
 #include <cerrno>
+#include <charconv>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -15,6 +16,7 @@
 #include "pcl/ps/overlays.h"
 #include "pcl/ps/resources.h"
 #include "pcl/ps/text_emitter.h"
+#include "pcl/ps/writer.h"
 #include "run_mode.h"
 
 int ps_mode;
@@ -120,13 +122,6 @@ constexpr char kProlog[] = R"PS(
 %%EndProlog
 )PS";
 
-// Internal lengths (1/72000 inch) to PostScript points, multiplied before
-// dividing so the result matches the documented arithmetic exactly.
-double to_points(int64_t v)
-{
-    return static_cast<double>(v) * 72.0 / 72000.0;
-}
-
 // A configured decimal integer, read like strtol but kept inside int.
 int config_int(char const* text)
 {
@@ -186,25 +181,27 @@ void request_sheet(int first)
     if (first != 1 && wanted.width == page_media.width && wanted.height == page_media.height)
         return;
     page_media = wanted;
-    std::fprintf(outfp, "%%%%PageMedia: %s\n", wanted.name.c_str());
-    std::fputs("%%BeginPageSetup\n", outfp);
-    std::fprintf(outfp, "<< /PageSize [%g %g] >> setpagedevice\n", wanted.width, wanted.height);
-    std::fputs("%%EndPageSetup\n", outfp);
+    ps_put("%%PageMedia: ");
+    ps_put(wanted.name);
+    ps_put("\n%%BeginPageSetup\n<< /PageSize [");
+    ps_put_nums({wanted.width, wanted.height});
+    ps_put("] >> setpagedevice\n%%EndPageSetup\n");
     for (sheet const& known : document_media)
         if (known.name == wanted.name && known.width == wanted.width && known.height == wanted.height)
             return;
     document_media.push_back(wanted);
 }
 
+// "%.0f": rounded to a whole number, ties to even.
+void put_whole(double v)
+{
+    char* p = ps_out_reserve(400);
+    ps_out_commit(std::to_chars(p, p + 400, v, std::chars_format::fixed, 0).ptr);
+}
+
 bool is_blank(char c)
 {
     return c == ' ' || c == '\t';
-}
-
-void write_line(char const* text)
-{
-    std::fputs(text, outfp);
-    std::fputc('\n', outfp);
 }
 
 }  // namespace
@@ -243,41 +240,46 @@ void ps_set_mode(int mode)
 
 void ps_init()
 {
-    if (!outfp)
+    if (!ps_out_ready())
         gs_run();
     // gs_run reports and exits when the pipe cannot be opened, so a missing
     // stream only happens when the converter is driven without output (as
     // in tests); then the document is not started and nothing is written.
-    if (!outfp)
+    if (!ps_out_ready())
         return;
 
     char date[65];
     format_creation_date(date);
 
     ps_landscape = env.orientation & 1;
-    write_line("%!PS-Adobe-3.0");
-    write_line("%%BoundingBox: (atend)");
-    if (doc_title)
-        std::fprintf(outfp, "%%%%Title: %s\n", doc_title);
-    write_line(ps_landscape ? "%%Orientation: Landscape" : "%%Orientation: Portrait");
-    write_line("%%Pages: (atend)");
-    write_line("%%PageOrder: Ascend");
-    write_line("%%DocumentFonts: (atend)");
+    ps_put("%!PS-Adobe-3.0\n"
+           "%%BoundingBox: (atend)\n");
+    if (doc_title) {
+        ps_put("%%Title: ");
+        ps_put(doc_title);
+        ps_put('\n');
+    }
+    ps_put(ps_landscape ? "%%Orientation: Landscape\n" : "%%Orientation: Portrait\n");
+    ps_put("%%Pages: (atend)\n"
+           "%%PageOrder: Ascend\n"
+           "%%DocumentFonts: (atend)\n");
     if (!compat_legacy())
-        write_line("%%DocumentMedia: (atend)");
-    write_line("%%Creator: tarvo A.01.00.00");
-    if (date[0])
-        std::fprintf(outfp, "%%%%CreationDate: %s\n", date);
-    write_line("%%DocumentData: Clean7Bit");
-    write_line("%%EndComments");
+        ps_put("%%DocumentMedia: (atend)\n");
+    ps_put("%%Creator: tarvo A.01.00.00\n");
+    if (date[0]) {
+        ps_put("%%CreationDate: ");
+        ps_put(date);
+        ps_put('\n');
+    }
+    ps_put("%%DocumentData: Clean7Bit\n"
+           "%%EndComments\n");
 
     if (ps_mode >= 2)
         ps_pdfa_def();
 
-    std::fputs(kProlog, outfp);
+    ps_put(kProlog);
 
-    write_line("");
-    write_line("%%BeginSetup");
+    ps_put("\n%%BeginSetup\n");
     if (char const* v = config_get_option("CONFIG", "BARCODE", nullptr))
         ps_barcode = config_int(v);
     if (ps_barcode)
@@ -285,7 +287,7 @@ void ps_init()
     if (char const* v = config_get_option("CONFIG", "INCLUDE", nullptr))
         for (std::string const& name : ps_include_names(v))
             ps_include_resource(name.c_str());
-    write_line("%%EndSetup");
+    ps_put("%%EndSetup\n");
 
     if (char const* v = config_get_option("CONFIG", "OVERLAY", nullptr))
         ps_overlay_mode = config_int(v);
@@ -320,32 +322,38 @@ bool ps_ensure_output()
 
 void ps_page_header(int first)
 {
-    std::fputc('\n', outfp);
+    ps_put('\n');
 
     int const orientation = env.orientation;
     bool const sideways = orientation == 1 || orientation == 3;
-    ps_paper_width = to_points(env.paper_width);
-    ps_paper_height = to_points(env.paper_height);
+    ps_paper_width = ps_points(env.paper_width);
+    ps_paper_height = ps_points(env.paper_height);
     ps_bb_width = sideways ? ps_paper_height : ps_paper_width;
     ps_bb_height = sideways ? ps_paper_width : ps_paper_height;
-    ps_origin_x = to_points(env.page_xofs);
-    ps_page_origin_y = to_points(static_cast<int64_t>(env.paper_height) - env.page_yofs);
+    ps_origin_x = ps_points(env.page_xofs);
+    ps_page_origin_y = ps_points(static_cast<int64_t>(env.paper_height) - env.page_yofs);
     ps_origin_y = ps_page_origin_y;
-    ps_page_origin_width = to_points(static_cast<int64_t>(env.paper_width) - env.page_xofs);
+    ps_page_origin_width = ps_points(static_cast<int64_t>(env.paper_width) - env.page_xofs);
 
     if (ps_page_counter < INT_MAX)
         ++ps_page_counter;
-    std::fprintf(outfp, "%%%%Page: %d %d\n", ps_page_counter, ps_page_counter);
+    ps_put("%%Page: ");
+    ps_put_int(ps_page_counter);
+    ps_put(' ');
+    ps_put_int(ps_page_counter);
+    ps_put('\n');
 
     int const landscape = orientation & 1;
     if (landscape != ps_landscape)
-        write_line(landscape ? "%%PageOrientation: Landscape" : "%%PageOrientation: Portrait");
+        ps_put(landscape ? "%%PageOrientation: Landscape\n" : "%%PageOrientation: Portrait\n");
 
     if (first == 1) {
         ps_bb_width_1 = ps_bb_width;
         ps_bb_height_1 = ps_bb_height;
     } else if (ps_bb_width != ps_bb_width_1 || ps_bb_height != ps_bb_height_1) {
-        std::fprintf(outfp, "%%%%PageBoundingBox: %g %g %g %g\n", 0.0, 0.0, ps_bb_width, ps_bb_height);
+        ps_put("%%PageBoundingBox: ");
+        ps_put_nums({0.0, 0.0, ps_bb_width, ps_bb_height});
+        ps_put('\n');
     }
     if (!compat_legacy())
         request_sheet(first);
@@ -376,7 +384,11 @@ void ps_page_trailer()
         ps_rotate_page(ps_page_rotate);
         ps_overlay();
     }
-    std::fprintf(outfp, "%%%%EndPage: %d %d\nshowpage\n", ps_page_counter, ps_page_counter);
+    ps_put("%%EndPage: ");
+    ps_put_int(ps_page_counter);
+    ps_put(' ');
+    ps_put_int(ps_page_counter);
+    ps_put("\nshowpage\n");
 }
 
 void ps_rotate_page(int angle)
@@ -395,7 +407,10 @@ void ps_rotate_page(int angle)
         case 270: tx = w; break;
         default: break;
         }
-        std::fprintf(outfp, "%g %g translate %d rotate\n", tx, ty, -ps_last_rotate);
+        ps_put_nums({tx, ty});
+        ps_put(" translate ");
+        ps_put_int(-ps_last_rotate);
+        ps_put(" rotate\n");
     }
     if (angle != 0) {
         double tx = 0.0;
@@ -406,7 +421,10 @@ void ps_rotate_page(int angle)
         case 270: tx = -w; break;
         default: break;
         }
-        std::fprintf(outfp, "%d rotate %g %g translate\n", angle, tx, ty);
+        ps_put_int(angle);
+        ps_put(" rotate ");
+        ps_put_nums({tx, ty});
+        ps_put(" translate\n");
     }
     ps_last_rotate = angle;
     env.pos_changed = 1;
@@ -421,17 +439,28 @@ void ps_rotate_page(int angle)
 void ps_endemit()
 {
     if (emitting == 2)
-        std::fputs(")U\n", outfp);
+        ps_put(")U\n");
     else if (emitting == 1)
-        std::fputs(")S\n", outfp);
+        ps_put(")S\n");
     emitting = 0;
 }
 
 void ps_setpos()
 {
-    if (!outfp)
+    if (!ps_out_ready())
         return;
-    std::fprintf(outfp, "%g %g M\n", to_points(env.cur_x) + ps_origin_x, ps_origin_y - to_points(env.cur_y));
+    ps_put_pos(ps_x(env.cur_x), ps_y(env.cur_y));
+    ps_put('\n');
+}
+
+double ps_x(int64_t x)
+{
+    return ps_points(x) + ps_origin_x;
+}
+
+double ps_y(int64_t y)
+{
+    return ps_origin_y - ps_points(y);
 }
 
 void ps_exit(char const* marks_path)
@@ -440,41 +469,54 @@ void ps_exit(char const* marks_path)
         return;
 
     ps_page_trailer();
-    write_line("%%Trailer");
-    std::fprintf(outfp, "%%%%BoundingBox: %.0f %.0f %.0f %.0f\n", 0.0, 0.0, ps_bb_width_1 + 0.4,
-                 ps_bb_height_1 + 0.4);
-    std::fprintf(outfp, "%%%%Pages: %d\n", ps_page_counter);
-    for (size_t i = 0; i < document_media.size(); ++i)
-        std::fprintf(outfp, "%s %s %g %g 0 () ()\n", i == 0 ? "%%DocumentMedia:" : "%%+",
-                     document_media[i].name.c_str(), document_media[i].width, document_media[i].height);
+    ps_put("%%Trailer\n"
+           "%%BoundingBox: 0 0 ");
+    put_whole(ps_bb_width_1 + 0.4);
+    ps_put(' ');
+    put_whole(ps_bb_height_1 + 0.4);
+    ps_put("\n%%Pages: ");
+    ps_put_int(ps_page_counter);
+    ps_put('\n');
+    for (size_t i = 0; i < document_media.size(); ++i) {
+        ps_put(i == 0 ? "%%DocumentMedia: " : "%%+ ");
+        ps_put(document_media[i].name);
+        ps_put(' ');
+        ps_put_nums({document_media[i].width, document_media[i].height});
+        ps_put(" 0 () ()\n");
+    }
     for (size_t i = 0; i < used_font_list.size(); ++i) {
         std::string const& name = used_font_list[i];
         if (i == 0) {
-            std::fprintf(outfp, "%%%%DocumentFonts: %s\n", name.c_str());
+            ps_put("%%DocumentFonts: ");
+            ps_put(name);
+            ps_put('\n');
             continue;
         }
         bool seen = false;
         for (size_t j = 0; j < i && !seen; ++j)
             seen = used_font_list[j] == name;
-        if (!seen)
-            std::fprintf(outfp, "%%%%+ %s\n", name.c_str());
+        if (!seen) {
+            ps_put("%%+ ");
+            ps_put(name);
+            ps_put('\n');
+        }
     }
-    write_line("%%EOF");
+    ps_put("%%EOF\n");
 
     if (marks_path) {
         FilePtr marks(std::fopen(marks_path, "r"));
         if (!marks) {
             std::perror(marks_path);
-            std::fflush(outfp);
+            ps_out_flush();
             return;
         }
-        std::fprintf(outfp, "\n%% Begin %s\n", marks_path);
-        char chunk[256];
-        while (std::fgets(chunk, sizeof chunk, marks.get()))
-            std::fputs(chunk, outfp);
-        write_line("% End");
+        ps_put("\n% Begin ");
+        ps_put(marks_path);
+        ps_put('\n');
+        ps_put_rest_of(marks.get());
+        ps_put("% End\n");
     }
-    std::fflush(outfp);
+    ps_out_flush();
 }
 
 void ps_document_reset()

@@ -40,6 +40,10 @@ void ps_page_trailer();
 void ps_rotate_page(int angle);
 void ps_endemit();
 void ps_setpos();
+// The coordinate transform: a position of the logical page (1/72000 inch,
+// x to the right, y downward) in PostScript points of the rotation in force.
+double ps_x(int64_t x);
+double ps_y(int64_t y);
 void ps_exit(char const* marks_path);
 // The resource names of the CONFIG item INCLUDE, in list order.
 std::vector<std::string> ps_include_names(char const* list);

@@ -8,7 +8,7 @@
 
 #include "common/file_ptr.h"
 #include "pcl/ps/document.h"
-#include "run_mode.h"
+#include "pcl/ps/writer.h"
 
 namespace {
 
@@ -20,9 +20,9 @@ constexpr size_t DOS_EPS_FIXED_PART = 12;
 constexpr size_t HEADER_LINE_MAX = 255;  // header comments are read in pieces of this size
 constexpr size_t COPY_LINE_MAX = 1023;   // lines of the copied PostScript section
 constexpr size_t OVERLAY_BLOCK = 1024;   // binary section copy of overlays
-constexpr size_t INCLUDE_BLOCK = 8192;   // verbatim PostScript file copy
 
 constexpr char INVALID_HEADER[] = "% --invalid EPS header\n";
+constexpr char END_EPS[] = "% --END EPS FILE\n";
 
 // What the header reader found out; `dos` tells the two formats apart
 // (a DOS file's section is copied by its length, a plain file to its end).
@@ -89,7 +89,7 @@ long file_size(FILE* f)
 
 int invalid_header()
 {
-    std::fputs(INVALID_HEADER, outfp);
+    ps_put(INVALID_HEADER);
     return -1;
 }
 
@@ -162,13 +162,13 @@ void copy_filtered(FILE* f, eps_info const& info)
         if (at_line_start)
             dropping = starts_with(line, n, "%%");
         if (!dropping) {
-            std::fwrite(line, 1, n, outfp);
+            ps_put({line, n});
             ends_with_newline = line[n - 1] == '\n';
         }
         at_line_start = line[n - 1] == '\n';
     }
     if (!ends_with_newline)
-        std::fputc('\n', outfp);
+        ps_put('\n');
 }
 
 // Copies exactly the DOS section's bytes, unfiltered.
@@ -182,25 +182,34 @@ void copy_section_bytes(FILE* f, eps_info const& info)
         size_t n = std::fread(block, 1, want, f);
         if (n == 0)
             break;
-        std::fwrite(block, 1, n, outfp);
+        ps_put({block, n});
         last = block[n - 1];
         remaining -= n;
     }
     if (last != '\n')
-        std::fputc('\n', outfp);
+        ps_put('\n');
+}
+
+void begin_eps(char const* path)
+{
+    ps_put("% --BEGIN EPS FILE ");
+    ps_put(path);
+    ps_put('\n');
 }
 
 void write_isolation_prologue()
 {
-    std::fputs("save\n/showpage {} def\n/setpagedevice /pop load def\n", outfp);
+    ps_put("save\n/showpage {} def\n/setpagedevice /pop load def\n");
 }
 
 void embed(FILE* f, eps_info const& info, double height)
 {
     write_isolation_prologue();
-    std::fprintf(outfp, "currentpoint %g sub translate\n", height);
+    ps_put("currentpoint ");
+    ps_put_num(height);
+    ps_put(" sub translate\n");
     copy_filtered(f, info);
-    std::fputs("restore\n", outfp);
+    ps_put("restore\n");
 }
 
 // The caller of eps_embed has read the header and left the file at the
@@ -228,23 +237,21 @@ void eps_embed(FILE* f, int length, double height)
 
 void ps_include_file(char const* path)
 {
-    if (!ps_ensure_output() || !outfp)
+    if (!ps_ensure_output() || !ps_out_ready())
         return;
-    std::fprintf(outfp, "%% --BEGIN PS FILE %s\n", path);
-    if (FilePtr f{std::fopen(path, "rb")}) {
-        char block[INCLUDE_BLOCK];
-        size_t n;
-        while ((n = std::fread(block, 1, sizeof block, f.get())) > 0)
-            std::fwrite(block, 1, n, outfp);
-    }
-    std::fputs("% --END PS FILE\n", outfp);
+    ps_put("% --BEGIN PS FILE ");
+    ps_put(path);
+    ps_put('\n');
+    if (FilePtr f{std::fopen(path, "rb")})
+        ps_put_rest_of(f.get());
+    ps_put("% --END PS FILE\n");
 }
 
 void ps_eps_file(char const* path)
 {
-    if (!ps_ensure_output() || !outfp)
+    if (!ps_ensure_output() || !ps_out_ready())
         return;
-    std::fprintf(outfp, "%% --BEGIN EPS FILE %s\n", path);
+    begin_eps(path);
     if (FilePtr f{std::fopen(path, "rb")}) {
         int count = 0;
         double box[4] = {0, 0, 0, 0};
@@ -253,21 +260,24 @@ void ps_eps_file(char const* path)
             if (count == 4) {
                 embed(f.get(), info, box[3] - box[1]);
                 double width = box[2] - box[0];
-                if (width != 0)
-                    std::fprintf(outfp, "currentpoint exch %g add exch moveto\n", width);
+                if (width != 0) {
+                    ps_put("currentpoint exch ");
+                    ps_put_num(width);
+                    ps_put(" add exch moveto\n");
+                }
             } else {
                 embed(f.get(), info, 0);
             }
         }
     }
-    std::fputs("% --END EPS FILE\n", outfp);
+    ps_put(END_EPS);
 }
 
 void ps_include_eps_file(double x, double y, char const* path, int scale, int align)
 {
-    if (!outfp)
+    if (!ps_out_ready())
         return;
-    std::fprintf(outfp, "%% --BEGIN EPS FILE %s\n", path);
+    begin_eps(path);
     FilePtr f{std::fopen(path, "rb")};
     int count = 0;
     double box[4] = {0, 0, 0, 0};
@@ -292,10 +302,8 @@ void ps_include_eps_file(double x, double y, char const* path, int scale, int al
             case 3: fx = page_w - w; fy = 0; break;
             default: fx = llx; fy = lly; break;
             }
-            std::fprintf(outfp,
-                         "newpath\n%g %g moveto\n0 %g rlineto\n%g 0 rlineto\n0 %g rlineto\n"
-                         "%g 0 rlineto\nclosepath\n1 setlinewidth\nstroke\n",
-                         fx + x, fy - y, h, w, -h, -w);
+            ps_put_rect_path(fx + x, fy - y, w, h);
+            ps_put("1 setlinewidth\nstroke\n");
             frame_only = (ps_overlay_mode & 8) != 0;
         }
 
@@ -311,16 +319,20 @@ void ps_include_eps_file(double x, double y, char const* path, int scale, int al
                 }
             }
             write_isolation_prologue();
-            std::fprintf(outfp, "%g %g translate", tx + x, ty - y);
-            if (scale != 0 && scale != 100)
-                std::fprintf(outfp, " %g %g scale", factor, factor);
-            std::fputc('\n', outfp);
+            ps_put_nums({tx + x, ty - y});
+            ps_put(" translate");
+            if (scale != 0 && scale != 100) {
+                ps_put(' ');
+                ps_put_nums({factor, factor});
+                ps_put(" scale");
+            }
+            ps_put('\n');
             if (info.dos)
                 copy_section_bytes(f.get(), info);
             else
                 copy_filtered(f.get(), info);
-            std::fputs("restore\n", outfp);
+            ps_put("restore\n");
         }
     }
-    std::fputs("% --END EPS FILE\n", outfp);
+    ps_put(END_EPS);
 }

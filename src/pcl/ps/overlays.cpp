@@ -10,7 +10,7 @@
 #include "config_store.h"
 #include "pcl/ps/document.h"
 #include "pcl/ps/eps.h"
-#include "run_mode.h"
+#include "pcl/ps/writer.h"
 
 namespace {
 
@@ -65,7 +65,7 @@ struct overlay_group {
 
 void ps_overlay()
 {
-    if (!outfp)
+    if (!ps_out_ready())
         return;
     char section[32];
     std::snprintf(section, sizeof section, "TRAY%d", ps_tray);
@@ -89,7 +89,9 @@ void ps_overlay()
             if (group.open && !page_selected(value, ps_page_counter))
                 group.selected = false;
         } else if (std::strcmp(item, "PS") == 0) {
-            std::fprintf(outfp, "%% --BEGIN PS\nsave\n%s\nrestore\n%% --END PS\n", value);
+            ps_put("% --BEGIN PS\nsave\n");
+            ps_put(value);
+            ps_put("\nrestore\n% --END PS\n");
         }
     }
     group.draw();

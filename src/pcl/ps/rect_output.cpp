@@ -1,18 +1,12 @@
 #include "pcl/ps/rect_output.h"
 
 #include <cstdint>
-#include <cstdio>
 
 #include "pcl/environment.h"
 #include "pcl/ps/document.h"
-#include "run_mode.h"
+#include "pcl/ps/writer.h"
 
 namespace {
-
-double to_points(int32_t v)
-{
-    return static_cast<double>(v) * 72.0 / 72000.0;
-}
 
 // The fill colour: the foreground colour lightened toward white by the
 // shading, c' = 1 - (1 - c) * percent / 100 per component. Black keeps the
@@ -22,7 +16,8 @@ double to_points(int32_t v)
 void write_fill_color(uint32_t color, int percent)
 {
     if (color == 0) {
-        std::fprintf(outfp, "%g setgray\n", (100 - percent) / 100.0);
+        ps_put_num((100 - percent) / 100.0);
+        ps_put(" setgray\n");
         return;
     }
     double const shade = percent / 100.0;
@@ -32,10 +27,13 @@ void write_fill_color(uint32_t color, int percent)
     uint32_t const rb = (color >> 16) & 0xff;
     uint32_t const gb = (color >> 8) & 0xff;
     uint32_t const bb = color & 0xff;
-    if (rb == gb && gb == bb)
-        std::fprintf(outfp, "%g setgray\n", r);
-    else
-        std::fprintf(outfp, "%g %g %g setrgbcolor\n", r, g, b);
+    if (rb == gb && gb == bb) {
+        ps_put_num(r);
+        ps_put(" setgray\n");
+    } else {
+        ps_put_nums({r, g, b});
+        ps_put(" setrgbcolor\n");
+    }
 }
 
 }  // namespace
@@ -52,23 +50,11 @@ void ps_rect_fill(int width, int height, int percent)
     else if (percent > 100)
         percent = 100;
 
-    double const x = to_points(env.cur_x) + ps_origin_x;
-    double const top = ps_origin_y - to_points(env.cur_y);
-    double const w = to_points(width);
-    double const h = to_points(height);
-
-    std::fprintf(outfp,
-                 "newpath\n"
-                 "%g %g moveto\n"
-                 "0 %g rlineto\n"
-                 "%g 0 rlineto\n"
-                 "0 %g rlineto\n"
-                 "%g 0 rlineto\n"
-                 "closepath\n"
-                 "gsave\n",
-                 x, top - h, h, w, -h, -w);
+    double const h = ps_points(height);
+    ps_put_rect_path(ps_x(env.cur_x), ps_y(env.cur_y) - h, ps_points(width), h);
+    ps_put("gsave\n");
     write_fill_color(env.fg_color, percent);
-    std::fputs("fill\ngrestore\n", outfp);
+    ps_put("fill\ngrestore\n");
 
     env.pos_changed = 1;
 }

@@ -11,6 +11,7 @@
 #include "common/file_ptr.h"
 #include "common/install_paths.h"
 #include "config_store.h"
+#include "pcl/ps/writer.h"
 #include "run_mode.h"
 
 namespace {
@@ -29,14 +30,6 @@ std::string resource_dir()
     if (char const* dir = config_get_option("CONFIG", "PS.INCLUDE", nullptr))
         return dir;
     return std::string(zx_share_path()) + "/tarvo/ps";
-}
-
-void copy_rest(FILE* in)
-{
-    char block[kCopyBlock];
-    size_t n;
-    while ((n = std::fread(block, 1, sizeof block, in)) > 0)
-        std::fwrite(block, 1, n, outfp);
 }
 
 // Reads up to `cap` bytes, stopping after a newline; returns the count.
@@ -67,17 +60,17 @@ void copy_resource(FILE* in)
             if (len >= 8 && std::memcmp(line, "%%Title:", 8) == 0) {
                 skipping = true;
             } else if (line[0] != '%') {
-                std::fwrite(line, 1, len, outfp);
+                ps_put({line, len});
                 break;
             } else {
                 skipping = false;
             }
         }
         if (!skipping)
-            std::fwrite(line, 1, len, outfp);
+            ps_put({line, len});
         at_line_start = line[len - 1] == '\n';
     }
-    copy_rest(in);
+    ps_put_rest_of(in);
 }
 
 }  // namespace
@@ -89,13 +82,16 @@ std::string ps_icc_profile_path()
 
 void ps_include_resource(char const* name)
 {
-    if (!outfp)
+    if (!ps_out_ready())
         return;
     bool const wrapped = std::strcmp(name, "barcode") != 0;
     std::string const path = resource_dir() + "/" + name + ".ps";
 
-    if (wrapped)
-        std::fprintf(outfp, "%%%%BeginResource: %s\n", name);
+    if (wrapped) {
+        ps_put("%%BeginResource: ");
+        ps_put(name);
+        ps_put('\n');
+    }
     if (path.size() > kMaxResourcePath) {
         errno = ENAMETOOLONG;
         std::perror(path.c_str());
@@ -105,53 +101,56 @@ void ps_include_resource(char const* name)
         std::perror(path.c_str());
     }
     if (wrapped)
-        std::fputs("%%EndResource\n", outfp);
+        ps_put("%%EndResource\n");
 }
 
 void ps_pdfa_def()
 {
-    if (!outfp)
+    if (!ps_out_ready())
         return;
     if (char const* def = config_get_option("CONFIG", "PS.PDFA_DEF", nullptr)) {
-        std::fprintf(outfp, "\n%%%%BeginResource: %s\n", def);
+        ps_put("\n%%BeginResource: ");
+        ps_put(def);
+        ps_put('\n');
         if (FilePtr in{std::fopen(def, "rb")})
-            copy_rest(in.get());
+            ps_put_rest_of(in.get());
         else
             std::perror(def);
     } else {
         // The profile is read by Ghostscript when it runs the document. Path
         // and title go into PostScript strings as they are.
         std::string const icc = ps_icc_profile_path();
-        std::fprintf(outfp,
-                     "\n"
-                     "%%%%BeginResource: builtin_pdfa_def\n"
-                     "/ICCProfile (%s)\n"
-                     "def\n"
-                     "[ /Title (%s)\n"
-                     "  /DOCINFO pdfmark\n",
-                     icc.c_str(), doc_title ? doc_title : "");
-        std::fputs("[/_objdef {icc_PDFA} /type /stream /OBJ pdfmark\n"
-                   "[{icc_PDFA} <<\n"
-                   "  /N currentpagedevice /ProcessColorModel known {\n"
-                   "    currentpagedevice /ProcessColorModel get dup /DeviceGray eq\n"
-                   "    {pop 1} {\n"
-                   "      /DeviceRGB eq\n"
-                   "      {3}{4} ifelse\n"
-                   "    } ifelse\n"
-                   "  } {\n"
-                   "    (ERROR, unable to determine ProcessColorModel) == flush\n"
-                   "  } ifelse\n"
-                   ">> /PUT pdfmark\n"
-                   "[{icc_PDFA} ICCProfile (r) file /PUT pdfmark\n"
-                   "[/_objdef {OutputIntent_PDFA} /type /dict /OBJ pdfmark\n"
-                   "[{OutputIntent_PDFA} <<\n"
-                   "  /Type /OutputIntent\n"
-                   "  /S /GTS_PDFA1\n"
-                   "  /DestOutputProfile {icc_PDFA}\n"
-                   "  /OutputConditionIdentifier (sRGB IEC61966-2.1)\n"
-                   ">> /PUT pdfmark\n"
-                   "[{Catalog} <</OutputIntents [ {OutputIntent_PDFA} ]>> /PUT pdfmark\n",
-                   outfp);
+        ps_put("\n"
+               "%%BeginResource: builtin_pdfa_def\n"
+               "/ICCProfile (");
+        ps_put(icc);
+        ps_put(")\n"
+               "def\n"
+               "[ /Title (");
+        ps_put(doc_title ? doc_title : "");
+        ps_put(")\n"
+               "  /DOCINFO pdfmark\n"
+               "[/_objdef {icc_PDFA} /type /stream /OBJ pdfmark\n"
+               "[{icc_PDFA} <<\n"
+               "  /N currentpagedevice /ProcessColorModel known {\n"
+               "    currentpagedevice /ProcessColorModel get dup /DeviceGray eq\n"
+               "    {pop 1} {\n"
+               "      /DeviceRGB eq\n"
+               "      {3}{4} ifelse\n"
+               "    } ifelse\n"
+               "  } {\n"
+               "    (ERROR, unable to determine ProcessColorModel) == flush\n"
+               "  } ifelse\n"
+               ">> /PUT pdfmark\n"
+               "[{icc_PDFA} ICCProfile (r) file /PUT pdfmark\n"
+               "[/_objdef {OutputIntent_PDFA} /type /dict /OBJ pdfmark\n"
+               "[{OutputIntent_PDFA} <<\n"
+               "  /Type /OutputIntent\n"
+               "  /S /GTS_PDFA1\n"
+               "  /DestOutputProfile {icc_PDFA}\n"
+               "  /OutputConditionIdentifier (sRGB IEC61966-2.1)\n"
+               ">> /PUT pdfmark\n"
+               "[{Catalog} <</OutputIntents [ {OutputIntent_PDFA} ]>> /PUT pdfmark\n");
     }
-    std::fputs("%%EndResource\n", outfp);
+    ps_put("%%EndResource\n");
 }

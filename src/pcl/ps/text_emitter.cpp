@@ -1,15 +1,9 @@
 #include "pcl/ps/text_emitter.h"
 
-#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
-
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 #include "config_store.h"
 #include "pcl/environment.h"
@@ -17,6 +11,7 @@
 #include "pcl/glyph_map.h"
 #include "pcl/ps/barcodes.h"
 #include "pcl/ps/document.h"
+#include "pcl/ps/writer.h"
 #include "pcl/text_buffer.h"
 #include "run_mode.h"
 
@@ -71,96 +66,15 @@ pcl_font const& active_font()
 
 [[noreturn]] void invariant_failed(char const* expr)
 {
-    std::fflush(outfp);
+    ps_out_flush();
     std::fprintf(stderr, "%s: pcl/ps: assertion failed: %s\n", progname, expr);
     std::abort();
 }
 
-// Output of one run is collected here and written with as few stdio calls
-// as possible; the buffer is always empty between calls of ps_flush.
-constexpr size_t kOutCap = 16384;
-char out_buf[kOutCap];
-size_t out_len;
-
-inline void write_out(char const* s, size_t n)
+void put_underline_operands(int ul)
 {
-    std::fwrite(s, 1, n, outfp);
-}
-
-void out_flush()
-{
-    if (out_len) {
-        write_out(out_buf, out_len);
-        out_len = 0;
-    }
-}
-
-inline void out_reserve(size_t n)
-{
-    if (out_len + n > kOutCap)
-        out_flush();
-}
-
-void out_text(char const* s, size_t n)
-{
-    if (n > kOutCap / 2) {
-        out_flush();
-        write_out(s, n);
-        return;
-    }
-    out_reserve(n);
-    std::memcpy(out_buf + out_len, s, n);
-    out_len += n;
-}
-
-void out_text(char const* s)
-{
-    out_text(s, std::strlen(s));
-}
-
-// "%g" of a double. Positions repeat a lot (every line starts at the same
-// x, every page has the same line positions), so the formatted text is
-// cached by the value's bit pattern in a small two-way set-associative
-// table; a miss formats with snprintf, so the text is always exactly
-// printf's.
-struct number_text {
-    uint64_t bits;
-    uint8_t len;
-    bool valid;
-    char text[22];
-};
-struct number_set {
-    number_text way[2];
-    uint8_t next_victim;
-};
-number_set number_cache[512];
-
-void out_number(double v)
-{
-    uint64_t bits;
-    std::memcpy(&bits, &v, sizeof bits);
-    number_set& set = number_cache[(bits * 0x9E3779B97F4A7C15ull) >> 55];
-    for (number_text const& e : set.way) {
-        if (e.valid && e.bits == bits) {
-            out_text(e.text, e.len);
-            return;
-        }
-    }
-    number_text& e = set.way[set.next_victim];
-    set.next_victim ^= 1;
-    int const n = std::snprintf(e.text, sizeof e.text, "%g", v);
-    e.len = static_cast<uint8_t>(n > 0 && n < static_cast<int>(sizeof e.text) ? n : 0);
-    e.bits = bits;
-    e.valid = true;
-    out_text(e.text, e.len);
-}
-
-void out_underline_operands(int ul)
-{
-    out_number(0.75);
-    out_text(" ", 1);
-    out_number(ul * -1.25);
-    out_text(" ", 1);
+    ps_put_nums({0.75, ul * -1.25});
+    ps_put(' ');
 }
 
 bool font_is_used(std::string const& name)
@@ -232,13 +146,19 @@ void select_font()
     std::string const font_name(name);
     if (!font_is_used(font_name)) {
         used_font_list.push_back(font_name);
-        if (ps_font_enc == 0)
-            std::fprintf(outfp, "/%s-l1 ISOLatin1Encoding /%s reencode_font\n", name, name);
+        if (ps_font_enc == 0) {
+            ps_put('/');
+            ps_put(font_name);
+            ps_put("-l1 ISOLatin1Encoding /");
+            ps_put(font_name);
+            ps_put(" reencode_font\n");
+        }
     }
-    if (ps_font_enc == 0)
-        std::fprintf(outfp, "/%s-l1 findfont %g scalefont setfont\n", name, size);
-    else
-        std::fprintf(outfp, "/%s findfont %g scalefont setfont\n", name, size);
+    ps_put('/');
+    ps_put(font_name);
+    ps_put(ps_font_enc == 0 ? "-l1 findfont " : " findfont ");
+    ps_put_num(size);
+    ps_put(" scalefont setfont\n");
 
     characteristic = env.font_serial;
 }
@@ -248,103 +168,32 @@ void write_color(uint32_t color)
     double const r = ((color >> 16) & 0xff) / 255.0;
     double const g = ((color >> 8) & 0xff) / 255.0;
     double const b = (color & 0xff) / 255.0;
-    if (r == g && g == b)
-        std::fprintf(outfp, "%g setgray\n", r);
-    else
-        std::fprintf(outfp, "%g %g %g setrgbcolor\n", r, g, b);
+    if (r == g && g == b) {
+        ps_put_num(r);
+        ps_put(" setgray\n");
+    } else {
+        ps_put_nums({r, g, b});
+        ps_put(" setrgbcolor\n");
+    }
 }
 
 // Closes the open string, shows one glyph by name (or writes the fragment
 // the glyph map supplies for it) and reopens the string.
-void out_named_glyph(char const* name, int ul)
+void put_named_glyph(char const* name, int ul)
 {
-    out_text(emitting == 2 ? ")U" : ")S", 2);
+    ps_put(emitting == 2 ? ")U" : ")S");
     if (name[0] == '!') {
-        out_text(" ", 1);
-        out_text(name + 1);
-        out_text(" ", 1);
+        ps_put(' ');
+        ps_put(name + 1);
+        ps_put(' ');
     } else {
-        out_text(" /", 2);
-        out_text(name);
-        out_text(" GS ", 4);
+        ps_put(" /");
+        ps_put(name);
+        ps_put(" GS ");
     }
     if (emitting == 2)
-        out_underline_operands(ul);
-    out_text("(", 1);
-}
-
-// How a byte of the font's encoding is written inside a PostScript string:
-// as itself, after a backslash, or as a backslash and three octal digits.
-enum : uint8_t { CODE_PLAIN, CODE_ESCAPED, CODE_OCTAL };
-constexpr auto code_kind = [] {
-    std::array<uint8_t, 256> k{};
-    for (int c = 0; c < 256; ++c)
-        k[c] = c >= 0x7f ? CODE_OCTAL : CODE_PLAIN;
-    k['('] = k[')'] = k['\\'] = CODE_ESCAPED;
-    return k;
-}();
-
-// Writes one code at p (which has room for 4 bytes); returns the new end.
-inline char* put_code(char* p, unsigned c)
-{
-    switch (code_kind[c & 0xff]) {
-    case CODE_PLAIN:
-        *p++ = static_cast<char>(c);
-        break;
-    case CODE_ESCAPED:
-        *p++ = '\\';
-        *p++ = static_cast<char>(c);
-        break;
-    default:
-        *p++ = '\\';
-        *p++ = static_cast<char>('0' + ((c >> 6) & 7));
-        *p++ = static_cast<char>('0' + ((c >> 3) & 7));
-        *p++ = static_cast<char>('0' + (c & 7));
-        break;
-    }
-    return p;
-}
-
-// Copies the leading code points of codes[0..n) that are printable ASCII
-// needing no escape (the common case of report text in a Latin-1 font)
-// straight to p; returns how many were copied.
-inline int copy_plain_ascii(uint16_t const* codes, int n, char* p)
-{
-    int i = 0;
-#if defined(__SSE2__)
-    __m128i const lo = _mm_set1_epi16(0x1f);
-    __m128i const hi = _mm_set1_epi16(0x7f);
-    __m128i const open = _mm_set1_epi16('(');
-    __m128i const close = _mm_set1_epi16(')');
-    __m128i const backslash = _mm_set1_epi16('\\');
-    for (; i + 8 <= n; i += 8) {
-        __m128i const v = _mm_loadu_si128(reinterpret_cast<__m128i const*>(codes + i));
-        // Code points from 0x8000 up compare as negative and fail the
-        // lower bound.
-        __m128i const in_range = _mm_and_si128(_mm_cmpgt_epi16(v, lo), _mm_cmplt_epi16(v, hi));
-        __m128i const special = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi16(v, open), _mm_cmpeq_epi16(v, close)),
-                                             _mm_cmpeq_epi16(v, backslash));
-        if (_mm_movemask_epi8(_mm_andnot_si128(special, in_range)) != 0xffff)
-            break;
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(p + i), _mm_packus_epi16(v, v));
-    }
-#endif
-    for (; i < n; ++i) {
-        unsigned const c = codes[i];
-        if (c - 0x20u >= 0x5fu || code_kind[c] != CODE_PLAIN)
-            break;
-        p[i] = static_cast<char>(c);
-    }
-    return i;
-}
-
-// Worst-case size of the escaped characters i..count-1 plus the closing
-// ")S\n"; always fits in the buffer since a run holds at most CBUF_SIZE.
-static_assert(4 * CBUF_SIZE + 8 <= kOutCap);
-inline char* reserve_rest(int remaining)
-{
-    out_reserve(4 * static_cast<size_t>(remaining) + 8);
-    return out_buf + out_len;
+        put_underline_operands(ul);
+    ps_put('(');
 }
 
 }  // namespace
@@ -369,27 +218,22 @@ void ps_flush(uint16_t const* codes, int count)
         return;
 
     if (env.pos_changed) {
-        out_number(static_cast<double>(c_buf_curX) * 72 / 72000 + ps_origin_x);
-        out_text(" ", 1);
-        out_number(ps_origin_y - static_cast<double>(env.cur_y) * 72 / 72000);
-        out_text(" M ", 3);
+        ps_put_pos(ps_x(c_buf_curX), ps_y(env.cur_y));
+        ps_put(' ');
         env.pos_changed = 0;
     }
 
     int const ul = c_buf_ul;
     if (ul != 0)
-        out_underline_operands(ul);
+        put_underline_operands(ul);
 
     emitting = ul != 0 ? 2 : 1;
-    out_text("(", 1);
+    ps_put('(');
 
     int const enc = ps_font_enc;
-    char* p = reserve_rest(count);
     for (int i = 0; i < count; ++i) {
         if (enc == 0) {
-            int const plain = copy_plain_ascii(codes + i, count - i, p);
-            p += plain;
-            i += plain;
+            i += static_cast<int>(ps_put_plain_ascii(codes + i, static_cast<size_t>(count - i)));
             if (i == count)
                 break;
         }
@@ -397,7 +241,7 @@ void ps_flush(uint16_t const* codes, int count)
         // Printable ASCII is its own code in the Latin-1 text fonts; only
         // the rest needs the glyph map.
         if (enc == 0 && cp - 0x20u < 0x5fu) {
-            p = put_code(p, cp);
+            ps_put_str_byte(cp);
             continue;
         }
         unsigned ps_code = 0;
@@ -405,19 +249,12 @@ void ps_flush(uint16_t const* codes, int count)
         if (ps_code != 0) {
             if (ps_code < 0x20 || ps_code > 0xff)
                 invariant_failed("ps_code >= 0x20 && ps_code <= 0xff");
-            p = put_code(p, ps_code);
+            ps_put_str_byte(ps_code);
             continue;
         }
         if (!name)
             invariant_failed("sym != NULL");
-        out_len = static_cast<size_t>(p - out_buf);
-        out_named_glyph(name, ul);
-        p = reserve_rest(count - i - 1);
+        put_named_glyph(name, ul);
     }
-
-    // Close the string as ps_endemit does, in the same buffer.
-    std::memcpy(p, emitting == 2 ? ")U\n" : ")S\n", 3);
-    out_len = static_cast<size_t>(p + 3 - out_buf);
-    emitting = 0;
-    out_flush();
+    ps_endemit();
 }
