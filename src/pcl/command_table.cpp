@@ -255,12 +255,27 @@ unsigned int hash_key(char const* key)
     return index;
 }
 
+namespace {
+
+// Keys are three characters; an inline comparison is much cheaper than a
+// library call for every command of a job.
+inline bool same_key(char const* a, char const* b)
+{
+    while (*a != '\0' && *a == *b) {
+        ++a;
+        ++b;
+    }
+    return *a == *b;
+}
+
+}  // namespace
+
 pcl_cmd* hash_lookup(char const* key)
 {
     if (hash_buckets == nullptr)
         return nullptr;
     for (pcl_cmd* row = hash_buckets[hash_key(key)]; row != nullptr; row = row->next)
-        if (std::strcmp(row->key, key) == 0)
+        if (same_key(row->key, key))
             return row;
     return nullptr;
 }
