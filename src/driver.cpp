@@ -1,9 +1,11 @@
 #include "driver.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -16,6 +18,7 @@
 #include "pcl/command_table.h"
 #include "pcl/environment.h"
 #include "pcl/glyph_map.h"
+#include "pcl/input.h"
 #include "pcl/ps/document.h"
 #include "pcl/text_loop.h"
 #include "run_mode.h"
@@ -25,6 +28,7 @@ int verbose = 0;
 int debug = 0;
 char const* doc_title = nullptr;
 FILE* infp = nullptr;
+char const* in_name = nullptr;
 FILE* outfp = nullptr;
 char const* progname = "tarvo";
 
@@ -35,6 +39,7 @@ constexpr char const* kVersion = "A.01.00.00";
 constexpr char const* kDocAddress = "https://docs.zenthorax.com/tarvo/";
 constexpr char const* kOptString = ":spdaVc:o:m:gG:t:vC:";
 constexpr char const* kConfigName = "tarvo.cfg";
+constexpr char const* kStdinName = "standard input";
 constexpr size_t kOutputBufferSize = 64 * 1024;
 constexpr size_t kInputBufferSize = 64 * 1024;
 
@@ -156,6 +161,54 @@ bool output_is_input(char const* out, char** inputs, int count, char const* mark
         if (stat(inputs[i], &st) == 0 && same(st))
             return true;
     return marks && stat(marks, &st) == 0 && same(st);
+}
+
+// Opens an input file as the counted input stream. A directory is refused
+// like a file that cannot be opened. Returns null after reporting.
+FILE* open_input(char const* name)
+{
+    int const fd = ::open(name, O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        std::perror(name);
+        return nullptr;
+    }
+    struct stat st;
+    if (::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
+        ::close(fd);
+        errno = EISDIR;
+        std::perror(name);
+        return nullptr;
+    }
+    FILE* f = input_open_fd(fd, true);
+    if (!f) {
+        int const err = errno;
+        ::close(fd);
+        errno = err;
+        std::perror(name);
+    }
+    return f;
+}
+
+// Reports a failed read of the input that just ended. Returns true when
+// there was one.
+bool input_failed()
+{
+    if (!std::ferror(infp))
+        return false;
+    int const err = input_read_error();
+    std::fprintf(stderr, "%s: %s: %s\n", progname, in_name, std::strerror(err ? err : EIO));
+    return true;
+}
+
+// Flushes the output and reports a failed write (a full disk, a reader that
+// went away). Returns false when the output is damaged.
+bool output_written(char const* name)
+{
+    if (std::fflush(outfp) == 0 && !std::ferror(outfp))
+        return true;
+    int const err = errno;
+    std::fprintf(stderr, "%s: %s: %s\n", progname, name, std::strerror(err ? err : EIO));
+    return false;
 }
 
 }  // namespace
@@ -280,10 +333,9 @@ int tarvo_main(int argc, char** argv)
         static char out_buffer[kOutputBufferSize];
         std::setvbuf(outfp, out_buffer, _IOFBF, sizeof out_buffer);
     }
-    // A Ghostscript that dies early must not kill us with SIGPIPE; its
-    // exit status is reported at the end instead.
-    if (gs_mode)
-        std::signal(SIGPIPE, SIG_IGN);
+    // A reader that goes away (Ghostscript, or whatever reads standard
+    // output) must not kill us silently: the failed write is reported.
+    std::signal(SIGPIPE, SIG_IGN);
 
     hash_setup();
     pcl_init();
@@ -292,40 +344,49 @@ int tarvo_main(int argc, char** argv)
         ps_set_mode(pdf_level);
 
     int status = 0;
-    infp = stdin;
     int arg = optind;
     bool const from_stdin = arg >= argc;
     // One input stream is open at a time; a large buffer saves read calls
     // on big jobs.
     static char in_buffer[kInputBufferSize];
-    if (from_stdin)
-        std::setvbuf(stdin, in_buffer, _IOFBF, sizeof in_buffer);
     while (from_stdin || arg < argc) {
         FilePtr in_owner;
-        if (!from_stdin) {
+        if (from_stdin) {
+            in_name = kStdinName;
+            in_owner.reset(input_open_fd(STDIN_FILENO, false));
+            if (!in_owner) {
+                std::perror(in_name);
+                status = 1;
+                break;
+            }
+        } else {
             char const* name = argv[arg++];
             if (verbose)
                 std::printf("processing file %s\n", name);
             if (!doc_title)
                 doc_title = name;
-            in_owner.reset(std::fopen(name, "rb"));
+            in_owner.reset(open_input(name));
             if (!in_owner) {
-                std::perror(name);
                 status = 1;
                 continue;
             }
-            infp = in_owner.get();
-            std::setvbuf(infp, in_buffer, _IOFBF, sizeof in_buffer);
+            in_name = name;
         }
+        infp = in_owner.get();
+        std::setvbuf(infp, in_buffer, _IOFBF, sizeof in_buffer);
         parse_text();
+        if (input_failed())
+            status = 1;
         pcl_reset();
-        infp = stdin;
+        infp = nullptr;
         if (from_stdin)
             break;
     }
 
     if (genps)
         ps_exit(marks_file);
+    if (outfp && !output_written(gs_mode ? "ghostscript" : out_owner ? out_file : "standard output"))
+        status = 1;
 
     if (out_owner) {
         // The document is complete; the file is closed on return.

@@ -1,7 +1,10 @@
 #include "pcl/input.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <new>
+#include <unistd.h>
 
 #include "pcl/environment.h"
 #include "pcl/macros.h"
@@ -13,6 +16,48 @@ int getc_buf_ofs;
 int getc_buf_cnt;
 
 namespace {
+
+uint64_t bytes_read;
+int read_error;
+
+struct InputSource {
+    int fd;
+    bool owns_fd;
+};
+
+// Reads of the counted input stream go straight to the descriptor; the
+// stream's own buffer keeps the calls few. After a failed read every later
+// read fails the same way, so a reader that asks again after the end of its
+// input does not go on past the damage.
+ssize_t source_read(void* cookie, char* buf, size_t size)
+{
+    auto* src = static_cast<InputSource*>(cookie);
+    if (read_error != 0) {
+        errno = read_error;
+        return -1;
+    }
+    for (;;) {
+        ssize_t const n = ::read(src->fd, buf, size);
+        if (n >= 0) {
+            bytes_read += static_cast<uint64_t>(n);
+            return n;
+        }
+        if (errno != EINTR) {
+            read_error = errno;
+            return -1;
+        }
+    }
+}
+
+int source_close(void* cookie)
+{
+    auto* src = static_cast<InputSource*>(cookie);
+    int rc = 0;
+    if (src->owns_fd)
+        rc = ::close(src->fd);
+    delete src;
+    return rc;
+}
 
 void trace(char const* tag, int c)
 {
@@ -64,6 +109,27 @@ int decode_utf8(int lead)
 }
 
 }  // namespace
+
+FILE* input_open_fd(int fd, bool owns_fd)
+{
+    auto* src = new (std::nothrow) InputSource{fd, owns_fd};
+    if (src == nullptr) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    cookie_io_functions_t const io{source_read, nullptr, nullptr, source_close};
+    FILE* f = fopencookie(src, "rb", io);
+    if (f == nullptr) {
+        delete src;
+        return nullptr;
+    }
+    read_error = 0;
+    return f;
+}
+
+uint64_t input_bytes_read() { return bytes_read; }
+
+int input_read_error() { return read_error; }
 
 int getc_only()
 {

@@ -3,6 +3,9 @@
 // current text parsing method.
 #pragma once
 
+#include <cstdint>
+#include <cstdio>
+
 #include "pcl/environment.h"
 #include "run_mode.h"
 
@@ -18,6 +21,18 @@ int getc_copy();
 int pcl_getc();
 int pcl_get_char();
 void readhex(int count);
+
+// Opens the input stream over the descriptor `fd`: a buffered stream that
+// counts the bytes it delivers and remembers the error of a failed read.
+// Closing the stream closes `fd` when `owns_fd` is set. Returns null (errno
+// set) when the stream cannot be made.
+FILE* input_open_fd(int fd, bool owns_fd);
+// Bytes delivered so far by every stream input_open_fd made (the whole
+// run's input, however it arrives: file, pipe or terminal).
+uint64_t input_bytes_read();
+// The errno of the last failed read of a stream input_open_fd made, 0 if
+// none failed; input_open_fd clears it.
+int input_read_error();
 
 // Reads and drops up to `count` raw bytes (look-ahead first), stopping at
 // the end of input.

@@ -1,7 +1,9 @@
 #include "pcl/macros.h"
 
+#include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <new>
 
 #include "common/numeric.h"
@@ -26,14 +28,19 @@ namespace {
 // cut off at the end of a definition.
 constexpr int CLOSING_COMMAND_LEN = 5;
 
-// Records unlinked from macro_list while a replay level still reads them.
+// Records unlinked from macro_list while a replay level still reads them
+// (at most one per replay level).
 pcl_macro* detached_list;
 
-// Replay work since the input file last delivered a byte.
-uint64_t replay_work;
-// Input file and position at which the replay work was last paid back.
-FILE* credit_file = nullptr;
-long credit_pos = -1;
+// The record on macro_list for each ID.
+pcl_macro* slots[MAC_ID_MAX + 1];
+
+// Replay units spent in this run, the absolute part of the allowance, and
+// the input count when the run started.
+uint64_t replay_spent;
+uint64_t replay_base = MAC_REPLAY_BASE;
+uint64_t input_at_start;
+bool limit_reported;
 
 // Overlay text loops that still have to see the end of their input, and the
 // page counter when the last of them was counted (each such loop belongs to
@@ -50,6 +57,30 @@ int32_t drain_serial;
 }
 
 unsigned char* macro_end(pcl_macro const* m) { return m->data + m->size; }
+
+bool valid_id(int id) { return id >= 0 && id <= MAC_ID_MAX; }
+
+void link_head(pcl_macro* m)
+{
+    m->prev = nullptr;
+    m->next = macro_list;
+    if (macro_list != nullptr)
+        macro_list->prev = m;
+    macro_list = m;
+    slots[m->id] = m;
+}
+
+void unlink(pcl_macro* m)
+{
+    if (m->prev != nullptr)
+        m->prev->next = m->next;
+    else
+        macro_list = m->next;
+    if (m->next != nullptr)
+        m->next->prev = m->prev;
+    m->next = m->prev = nullptr;
+    slots[m->id] = nullptr;
+}
 
 void empty_staging()
 {
@@ -80,6 +111,7 @@ void release(pcl_macro* m)
 void detach(pcl_macro* m)
 {
     m->detached = 1;
+    m->prev = nullptr;
     m->next = detached_list;
     detached_list = m;
 }
@@ -94,30 +126,39 @@ getchar_fn level_reader()
 
 int resume_getc();
 
-// Replay work is paid back by progress in the input file: every byte read
-// from the file since the last payment returns MAC_REPLAY_CREDIT units, so
-// the total replay of a job stays within MAC_REPLAY_BUDGET plus a fixed
-// multiple of its size. Where the position is unknown (a pipe), or a new file
-// has started, the work is cleared instead.
-void earn_replay_credit()
+// The run's allowance: the absolute part plus a fixed amount per byte of
+// input read so far (saturating).
+uint64_t replay_allowance()
 {
-    long const pos = infp ? std::ftell(infp) : -1;
-    if (pos < 0 || credit_pos < 0 || pos < credit_pos || infp != credit_file) {
-        replay_work = 0;
-    } else {
-        uint64_t const earned = static_cast<uint64_t>(pos - credit_pos) * MAC_REPLAY_CREDIT;
-        replay_work = earned >= replay_work ? 0 : replay_work - earned;
-    }
-    credit_pos = pos;
-    credit_file = infp;
+    uint64_t const input = input_bytes_read() - input_at_start;
+    uint64_t const max = std::numeric_limits<uint64_t>::max();
+    if (input > (max - replay_base) / MAC_REPLAY_PER_INPUT_BYTE)
+        return max;
+    return replay_base + input * MAC_REPLAY_PER_INPUT_BYTE;
 }
 
-// Installs the reader for the current level, going through resume_getc when
-// overlay loops must still end or when a byte from the file must clear the
-// replay work.
+// Whether a new level may start; the first refusal of the run is reported.
+bool replay_allowed(int id)
+{
+    uint64_t const allowance = replay_allowance();
+    if (replay_spent < allowance)
+        return true;
+    if (verbose)
+        std::printf("macro %d not started: replay limit reached\n", id);
+    if (!limit_reported) {
+        limit_reported = true;
+        std::fflush(stdout);
+        std::fprintf(stderr, "%s: %s: macros replayed more than %" PRIu64 " bytes; further macro calls skipped\n",
+                     progname ? progname : "tarvo", in_name ? in_name : "input", allowance);
+    }
+    return false;
+}
+
+// Installs the reader for the current level, going through resume_getc
+// while overlay loops must still end.
 void install_reader()
 {
-    if (drain_left > 0 || (mac_nesting == 0 && replay_work > 0))
+    if (drain_left > 0)
         getchar_func = resume_getc;
     else
         getchar_func = level_reader();
@@ -134,8 +175,6 @@ int resume_getc()
         if (drain_left > 0)
             return -1;
     }
-    if (mac_nesting == 0)
-        earn_replay_credit();
     getchar_func = level_reader();
     return getchar_func();
 }
@@ -303,23 +342,36 @@ void pcl_macro_ctl(double value)
 
 void mac_start_def(int id)
 {
+    empty_staging();
+    if (!valid_id(id)) {
+        // Nothing is recorded; the definition is still read to its end.
+        if (verbose)
+            std::printf("macro %d: ID outside 0..%d, not stored\n", id, MAC_ID_MAX);
+        cur_macro = nullptr;
+        return;
+    }
     pcl_macro* m = mac_get_byid(id);
     if (m != nullptr && m->refs > 0) {
         // Being replayed: a fresh record takes its place in the list.
         pcl_macro* const fresh = mac_alloc();
-        pcl_macro** link = &macro_list;
-        while (*link != m)
-            link = &(*link)->next;
+        fresh->id = id;
+        fresh->prev = m->prev;
         fresh->next = m->next;
-        *link = fresh;
+        if (m->prev != nullptr)
+            m->prev->next = fresh;
+        else
+            macro_list = fresh;
+        if (m->next != nullptr)
+            m->next->prev = fresh;
+        slots[id] = fresh;
         detach(m);
         m = fresh;
     } else if (m != nullptr) {
         std::free(m->data);
     } else {
         m = mac_alloc();
-        m->next = macro_list;
-        macro_list = m;
+        m->id = id;
+        link_head(m);
     }
     m->id = id;
     m->type = TEMPORARY;
@@ -327,7 +379,6 @@ void mac_start_def(int id)
     m->data = nullptr;
     m->capacity = 0;
     cur_macro = m;
-    empty_staging();
 }
 
 void mac_buf_add(int byte)
@@ -419,14 +470,9 @@ pcl_macro* mac_call(int id, int mode)
             std::printf("macro %d does not exist\n", id);
         return nullptr;
     }
-    if (mac_nesting == 0)
-        earn_replay_credit();
-    if (replay_work >= MAC_REPLAY_BUDGET) {
-        if (verbose)
-            std::printf("macro %d not started: replay limit reached\n", id);
+    if (!replay_allowed(id))
         return nullptr;
-    }
-    replay_work += MAC_LEVEL_COST;
+    replay_spent += MAC_LEVEL_COST;
     macro_frame& f = macro_stack[mac_nesting];
     f.mode = mode;
     f.macro = exec_macro;
@@ -457,7 +503,7 @@ int mac_getc()
         return getchar_func();
     }
     int const c = *exec_macro_p++;
-    ++replay_work;
+    ++replay_spent;
     if (exec_macro_p == macro_end(exec_macro)) {
         if (verbose >= 2)
             std::printf("=> completed macro %d\n", exec_macro->id);
@@ -478,7 +524,7 @@ int auto_getc()
         install_reader();
         return -1;
     }
-    ++replay_work;
+    ++replay_spent;
     return *exec_macro_p++;
 }
 
@@ -492,26 +538,16 @@ void mac_pop()
 
 pcl_macro* mac_get_byid(int id)
 {
-    for (pcl_macro* m = macro_list; m != nullptr; m = m->next)
-        if (m->id == id)
-            return m;
-    return nullptr;
+    return valid_id(id) ? slots[id] : nullptr;
 }
 
 void mac_free(pcl_macro* macro)
 {
     if (macro_list == nullptr)
         macro_assert("macro_list != NULL", "mac_free");
-    if (macro_list == macro) {
-        macro_list = macro->next;
-    } else {
-        pcl_macro* prev = macro_list;
-        while (prev->next != nullptr && prev->next != macro)
-            prev = prev->next;
-        if (prev->next == nullptr)
-            macro_assert("prev->next != NULL", "mac_free");
-        prev->next = macro->next;
-    }
+    if (mac_get_byid(macro->id) != macro)
+        macro_assert("prev->next != NULL", "mac_free");
+    unlink(macro);
     if (macro == cur_macro) {
         cur_macro = nullptr;
         empty_staging();
@@ -532,4 +568,12 @@ void mac_reset(int kind)
     install_reader();
 }
 
-uint64_t mac_replay_work() { return replay_work; }
+uint64_t mac_replay_work() { return replay_spent; }
+
+void mac_set_replay_base(uint64_t base)
+{
+    replay_base = base;
+    replay_spent = 0;
+    input_at_start = input_bytes_read();
+    limit_reported = false;
+}

@@ -21,12 +21,15 @@
 //   before the caller's environment is restored, so that run keeps the
 //   level's font and line.
 // - Replay is bounded by the input: every replayed byte and every started
-//   level costs work, each byte read from the input file pays back
-//   MAC_REPLAY_CREDIT units, and while more than MAC_REPLAY_BUDGET units are
-//   owed no new level starts. This stops macros that end by executing or
-//   calling themselves (or each other), which would otherwise re-enter
-//   forever at the same depth, and keeps the total work of a job within a
-//   fixed multiple of its size.
+//   level counts, and once the run's total reaches MAC_REPLAY_BASE plus
+//   MAC_REPLAY_PER_INPUT_BYTE for each byte of input read so far, no new
+//   level starts (one message on standard error says so). This stops macros
+//   that end by executing or calling themselves (or each other), which would
+//   otherwise re-enter forever at the same depth, whether the input is a
+//   file or a pipe, and keeps the work of a job linear in its size.
+// - Macro IDs are 0..32767; each ID has one slot, so lookups take constant
+//   time. A definition under another ID is read and dropped, and such an ID
+//   names no macro.
 #pragma once
 
 #include <cstdint>
@@ -40,15 +43,17 @@ constexpr int MAC_OVERLAY = 2;
 constexpr int MAC_MAX_SIZE = 1048576;
 constexpr int MAC_MAX_NESTING = 2;
 constexpr int MAC_TMP_BUF_SIZE = 1024;
-// Replay work that may be owed: one unit per replayed byte, MAC_LEVEL_COST
-// units per started level; each byte of the input file pays back
-// MAC_REPLAY_CREDIT units.
-constexpr uint64_t MAC_REPLAY_BUDGET = uint64_t{1} << 22;
-constexpr uint64_t MAC_REPLAY_CREDIT = 4096;
+constexpr int MAC_ID_MAX = 32767;
+// The replay allowance of a run: one unit per replayed byte, MAC_LEVEL_COST
+// units per started level, up to MAC_REPLAY_BASE plus
+// MAC_REPLAY_PER_INPUT_BYTE per byte of input read.
+constexpr uint64_t MAC_REPLAY_BASE = uint64_t{64} << 20;
+constexpr uint64_t MAC_REPLAY_PER_INPUT_BYTE = 64;
 constexpr uint64_t MAC_LEVEL_COST = 256;
 
 struct pcl_macro {
     pcl_macro* next;
+    pcl_macro* prev;   // previous record of macro_list (or detached list)
     int32_t id;
     int32_t type;
     int32_t size;
@@ -95,5 +100,9 @@ void mac_free(pcl_macro* macro);
 // (kind PERMANENT) or those of the given type, and reinstalls the reader of
 // the file.
 void mac_reset(int kind);
-// Work units spent on replay since the input file last delivered a byte.
+// Replay units spent so far in this run.
 uint64_t mac_replay_work();
+// The absolute part of the replay allowance (MAC_REPLAY_BASE unless a test
+// or the fuzzer sets a smaller one); setting it also clears the units
+// spent, as at the start of a run.
+void mac_set_replay_base(uint64_t base);

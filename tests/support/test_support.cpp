@@ -22,13 +22,36 @@
 #include "pcl/text_loop.h"
 #include "run_mode.h"
 
-InputFromString::InputFromString(std::string_view bytes) : data_(bytes), saved_(infp)
+InputFromString::InputFromString(std::string_view bytes, bool piped) : data_(bytes), saved_(infp)
 {
-    file_ = std::tmpfile();
+    int fd = -1;
+    if (piped) {
+        int ends[2];
+        if (::pipe(ends) != 0)
+            throw std::runtime_error("pipe failed");
+        // The whole input is written before anything is read.
+        if (data_.size() >= 65536)
+            ::fcntl(ends[1], F_SETPIPE_SZ, static_cast<int>(data_.size() + 1));
+        bool const ok = ::write(ends[1], data_.data(), data_.size()) == static_cast<ssize_t>(data_.size());
+        ::close(ends[1]);
+        if (!ok) {
+            ::close(ends[0]);
+            throw std::runtime_error("input too large for a pipe");
+        }
+        fd = ends[0];
+    } else {
+        FILE* tmp = std::tmpfile();
+        if (!tmp)
+            throw std::runtime_error("tmpfile failed");
+        std::fwrite(data_.data(), 1, data_.size(), tmp);
+        std::fflush(tmp);
+        fd = ::dup(fileno(tmp));
+        std::fclose(tmp);
+        ::lseek(fd, 0, SEEK_SET);
+    }
+    file_ = input_open_fd(fd, true);
     if (!file_)
-        throw std::runtime_error("tmpfile failed");
-    std::fwrite(data_.data(), 1, data_.size(), file_);
-    std::rewind(file_);
+        throw std::runtime_error("input_open_fd failed");
     infp = file_;
 }
 
@@ -157,6 +180,7 @@ void reset_converter()
     hash_setup();
     pcl_init();
     mac_reset(PERMANENT);
+    mac_set_replay_base(MAC_REPLAY_BASE);
     getchar_func = getc_only;
     getc_buf_ofs = getc_buf_cnt = 0;
 }

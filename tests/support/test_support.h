@@ -8,10 +8,11 @@
 #include <string_view>
 #include <vector>
 
-// Makes `bytes` the current input file (infp) for the lifetime of the object.
+// Makes `bytes` the current input (infp) for the lifetime of the object:
+// the counted input stream over a file, or over a pipe when `piped`.
 class InputFromString {
 public:
-    explicit InputFromString(std::string_view bytes);
+    explicit InputFromString(std::string_view bytes, bool piped = false);
     ~InputFromString();
     InputFromString(InputFromString const&) = delete;
     InputFromString& operator=(InputFromString const&) = delete;

@@ -3,6 +3,7 @@
 // (drv_*).
 #include <sys/stat.h>
 
+#include <cstdlib>
 #include <regex>
 #include <string>
 
@@ -109,6 +110,20 @@ TEST(Driver, ConfigurationSearchOrderAndCommandLinePrecedence)
     EXPECT_EQ(gs({"-c", dir.write("other.cfg", "[CONFIG]\nGS=from-c\n")}), "from-c");
 }
 
+// A job whose macro ends by executing itself stops through a pipe as it
+// does from a file, with one message.
+TEST(Driver, SelfExecutingMacroEndsOnAPipe)
+{
+    TempDir dir;
+    std::string const job = dir.write("job.pcl", "\x1b&f1Y\x1b&f0XHi\x1b&f1Y\x1b&f2X\x1b&f1X\x1b&f1Y\x1b&f2X");
+    std::string const cmd = "cat '" + job + "' | HOME='" + dir.path() + "' '" TARVO_BINARY "' -s >'" +
+                            dir.path() + "/out' 2>'" + dir.path() + "/err'";
+    EXPECT_EQ(std::system(cmd.c_str()), 0);
+    EXPECT_EQ(read_file(dir.path() + "/err"),
+              "tarvo: standard input: macros replayed more than 67111232 bytes; further macro calls skipped\n");
+    EXPECT_NE(read_file(dir.path() + "/out").find("%%EOF"), std::string::npos);
+}
+
 TEST(Driver, ExitStatusOfTheInterpreter)
 {
     TempDir dir;
@@ -135,7 +150,8 @@ TEST(Driver, ExitStatusOfTheInterpreter)
         // Nothing drawn: the command is shown but never started.
         {{"-g", "-a", "-C", "config:gs=" + failing}, "text", 0,
          "\"" + failing + "\" -q -dNOPAUSE -dBATCH -dSAFER -sOutputFile=\"-\" -_\n"},
-        {{"-p", "-C", "config:gs=" + quitter}, big, 0, ""},
+        // One that quits without reading: the failed write is an error.
+        {{"-p", "-C", "config:gs=" + quitter}, big, 1, "tarvo: ghostscript: Broken pipe\n"},
     };
     for (Case const& c : cases) {
         RunResult r = run_tarvo(c.args, c.input, {}, env);

@@ -9,13 +9,7 @@ std::string const kClose = "\x1b&f1X";
 
 class Macros : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        reset_converter();
-        // A read from the file clears the replay work of earlier tests.
-        InputFromString none("");
-        getchar_func();
-    }
+    void SetUp() override { reset_converter(); }
     void TearDown() override { mac_reset(PERMANENT); }
 
     // Records `body` followed by `closing` as macro `id`.
@@ -62,6 +56,25 @@ TEST_F(Macros, SizeLimitDeletesTheMacroOnce)
     EXPECT_EQ(capture_stdout([] { define(2, std::string(MAC_MAX_SIZE + 3000, 'b')); }), "memory allocation exceeds limit for macro 2 (1049600 bytes)\n");
     EXPECT_EQ(mac_get_byid(2), nullptr);
     EXPECT_EQ(cur_macro, nullptr);
+}
+
+TEST_F(Macros, IdsOutsideThePclRangeNameNoMacro)
+{
+    define(0, "a");
+    define(MAC_ID_MAX, "b");
+    verbose = 1;
+    EXPECT_EQ(capture_stdout([] { define(MAC_ID_MAX + 1, "c"); define(-1, "d"); }),
+              "macro 32768: ID outside 0..32767, not stored\nmacro -1: ID outside 0..32767, not stored\n");
+    EXPECT_EQ(capture_stdout([] { mac_call(-1, MAC_EXECUTE); }), "macro -1 does not exist\n");
+    EXPECT_EQ((std::array{body(0), body(MAC_ID_MAX)}), (std::array<std::string, 2>{"a", "b"}));
+    EXPECT_EQ(mac_get_byid(MAC_ID_MAX + 1), nullptr);
+    // Deleting from the middle of the store keeps the rest linked.
+    define(5, "e");
+    mac_free(mac_get_byid(MAC_ID_MAX));
+    std::vector<int> ids;
+    for (pcl_macro* m = macro_list; m; m = m->next)
+        ids.push_back(m->id);
+    EXPECT_EQ(ids, (std::vector<int>{5, 0}));
 }
 
 // Execute and call through the parser are the mac_nested golden case.
