@@ -79,25 +79,33 @@ void ps_map_init()
         ps_map_add(e->code, e->ps_code, nullptr, 2);
 }
 
-char const* ps_map_lookup(unsigned code, int enc, unsigned* ps_code)
+map_record const* ps_map_find(unsigned code, int enc)
 {
     // Control and C1 codes (and the no-break space) are shown as a space.
     if (code <= 0x1f || (code >= 0x7f && code <= 0xa0))
         code = 0x20;
     map_record const* r = &ps_map[code & 0xff];
-    if (r->code != 0) {
-        for (;;) {
-            if (r->code == code && r->enc == enc) {
-                *ps_code = r->ps_code;
-                return r->name;
-            }
-            if (r->next == 0)
-                break;
-            r = &ps_map[r->next];
-        }
+    if (r->code == 0)
+        return nullptr;
+    for (;;) {
+        if (r->code == code && r->enc == enc)
+            return r;
+        if (r->next == 0)
+            return nullptr;
+        r = &ps_map[r->next];
     }
-    if (verbose)
-        std::fprintf(stderr, "ps_map_lookup: %d:%04x\n", enc, code);
+}
+
+char const* ps_map_lookup(unsigned code, int enc, unsigned* ps_code)
+{
+    if (map_record const* r = ps_map_find(code, enc)) {
+        *ps_code = r->ps_code;
+        return r->name;
+    }
+    if (verbose) {
+        unsigned const shown = code <= 0x1f || (code >= 0x7f && code <= 0xa0) ? 0x20 : code;
+        std::fprintf(stderr, "ps_map_lookup: %d:%04x\n", enc, shown);
+    }
     *ps_code = 0;
     return ".notdef";
 }

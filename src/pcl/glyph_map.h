@@ -38,5 +38,7 @@ extern encoding_row const ps_encoding_zdingbat[];
 void ps_map_init();
 void ps_map_add(unsigned code, unsigned ps_code, char const* name, int enc);
 char const* ps_map_lookup(unsigned code, int enc, unsigned* ps_code);
+// The record ps_map_lookup answers from, or null (no analysis message).
+map_record const* ps_map_find(unsigned code, int enc);
 // Empties the map (start-up state); used by tests.
 void ps_map_reset();

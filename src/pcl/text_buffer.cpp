@@ -4,6 +4,7 @@
 
 #include "common/numeric.h"
 #include "pcl/environment.h"
+#include "pcl/font_metrics.h"
 #include "pcl/fonts.h"
 #include "pcl/ps/text_emitter.h"
 #include "run_mode.h"
@@ -15,14 +16,11 @@ int c_buf_len;
 int c_buf_curX;
 int c_buf_ul;
 
-void cbuf_init()
-{
-    c_buf_p = c_buf;
-    c_buf_len = 0;
-}
-
 int cbuf_fast_symset = -1;
 uint16_t cbuf_fast_codes[256];
+int32_t cbuf_fast_serial;
+bool cbuf_fast_prop;
+int32_t cbuf_fast_adv[256];
 
 namespace {
 
@@ -38,11 +36,62 @@ uint16_t convert(int symset, int ch)
         for (int b = 0; b < 256; ++b)
             cbuf_fast_codes[b] = static_cast<uint16_t>(cv_symset(symset, b));
         cbuf_fast_symset = symset;
+        // The advances follow the codes: make them stale too.
+        cbuf_fast_serial = static_cast<int32_t>(static_cast<uint32_t>(env.font_serial) - 1u);
     }
     return cbuf_fast_codes[ch];
 }
 
+// The metrics of the active font while it is proportional: a proportional
+// font advances by the width of each glyph the output draws for it. A
+// fixed-pitch font, a font without known metrics (a configured font
+// outside the standard set) and the earlier rendering advance by the HMI.
+struct proportional_font {
+    afm_font const* metrics = nullptr;
+    int enc = 0;
+    double size = 0.0;
+};
+proportional_font prop;
+int32_t prop_serial;
+bool prop_valid;
+
+void refresh_font(pcl_font const& f)
+{
+    if (prop_valid && prop_serial == env.font_serial)
+        return;
+    prop_valid = true;
+    prop_serial = env.font_serial;
+    prop = proportional_font{};
+    if (f.spacing == 0 || compat_legacy())
+        return;
+    ps_font_choice const choice = ps_font_for(f);
+    prop.metrics = afm_find(choice.name);
+    prop.enc = choice.enc;
+    prop.size = f.point_size;
+}
+
+// The advance of one code point in 1/72000 inch: the glyph's width (in
+// 1/1000 of the size) times the size in points; a glyph the font lacks
+// advances by the HMI.
+int32_t advance(unsigned code)
+{
+    if (!prop.metrics)
+        return env.hmi;
+    int const w = afm_width(*prop.metrics, code, prop.enc);
+    if (w < 0)
+        return env.hmi;
+    return to_int(w * prop.size + 0.5);
+}
+
 }  // namespace
+
+void cbuf_init()
+{
+    c_buf_p = c_buf;
+    c_buf_len = 0;
+    cbuf_fast_symset = -1;
+    prop_valid = false;
+}
 
 void cbuf_add_slow(int ch)
 {
@@ -51,7 +100,9 @@ void cbuf_add_slow(int ch)
 
     // font_sel is 0 (primary) or 1 (secondary); anything else reads the
     // primary entry rather than memory outside the pair.
-    uint16_t const code = convert(font[env.font_sel == 1 ? 1 : 0].symset, ch);
+    pcl_font const& f = font[env.font_sel == 1 ? 1 : 0];
+    uint16_t const code = convert(f.symset, ch);
+    refresh_font(f);
 
     if (c_buf_len == 0) {
         c_buf_curX = env.cur_x;
@@ -60,9 +111,14 @@ void cbuf_add_slow(int ch)
     *c_buf_p++ = code;
     ++c_buf_len;
 
-    // Every character advances by the same HMI; the PostScript side places
-    // the glyphs of a run by the font's own widths.
-    env.cur_x = sat_add(env.cur_x, env.hmi);
+    if (f.symset == cbuf_fast_symset && env.font_serial != cbuf_fast_serial) {
+        cbuf_fast_prop = prop.metrics != nullptr;
+        if (cbuf_fast_prop)
+            for (int b = 0; b < 256; ++b)
+                cbuf_fast_adv[b] = advance(cbuf_fast_codes[b]);
+        cbuf_fast_serial = env.font_serial;
+    }
+    env.cur_x = sat_add(env.cur_x, advance(code));
 }
 
 namespace {

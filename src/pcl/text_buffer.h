@@ -24,24 +24,31 @@ void cbuf_flush(int reason);
 // cbuf_fast_symset is -1 while no table is valid.
 extern int cbuf_fast_symset;
 extern uint16_t cbuf_fast_codes[256];
+// The advance of each byte in the font of font_serial cbuf_fast_serial:
+// the glyph's width when the font is proportional (cbuf_fast_prop), else
+// the HMI applies.
+extern int32_t cbuf_fast_serial;
+extern bool cbuf_fast_prop;
+extern int32_t cbuf_fast_adv[256];
 // cbuf_add for every case: a full buffer, a character beyond a byte, a
-// different symbol set, analysis mode.
+// different symbol set or font, analysis mode.
 void cbuf_add_slow(int ch);
 
 // Appends one printable character to the run. The common case (a byte in
-// the symbol set of the previous character, room in the buffer, no
-// analysis) is inlined into the text loop.
+// the symbol set and font of the previous character, room in the buffer,
+// no analysis) is inlined into the text loop.
 inline void cbuf_add(int ch)
 {
     if (c_buf_len < CBUF_SIZE && static_cast<unsigned>(ch) <= 0xFF && !verbose &&
-        font[env.font_sel == 1 ? 1 : 0].symset == cbuf_fast_symset) [[likely]] {
+        font[env.font_sel == 1 ? 1 : 0].symset == cbuf_fast_symset && env.font_serial == cbuf_fast_serial)
+        [[likely]] {
         if (c_buf_len == 0) {
             c_buf_curX = env.cur_x;
             c_buf_ul = env.underline;
         }
         *c_buf_p++ = cbuf_fast_codes[ch];
         ++c_buf_len;
-        env.cur_x = sat_add(env.cur_x, env.hmi);
+        env.cur_x = sat_add(env.cur_x, cbuf_fast_prop ? cbuf_fast_adv[ch] : env.hmi);
         return;
     }
     cbuf_add_slow(ch);

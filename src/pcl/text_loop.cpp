@@ -136,8 +136,9 @@ bool text_is_direct()
 // 0-15) straight from the file into the pending run and returns the first
 // byte that is not one. Runs of bytes that need nothing but the cached
 // conversion are added in one tight loop; the cursor then advances once by
-// the whole run, which saturates exactly as one advance per character does
-// because every step has the same sign.
+// the whole run (the HMI per character, or the sum of the glyph widths of
+// a proportional font), which saturates exactly as one advance per
+// character does because every step has the same sign.
 int read_text_direct()
 {
     FILE* const fp = infp;
@@ -146,7 +147,7 @@ int read_text_direct()
         if (c <= 15 || c == ESC)
             return c;
         if (verbose || c_buf_len >= CBUF_SIZE ||
-            font[env.font_sel == 1 ? 1 : 0].symset != cbuf_fast_symset) {
+            font[env.font_sel == 1 ? 1 : 0].symset != cbuf_fast_symset || env.font_serial != cbuf_fast_serial) {
             cbuf_add_slow(c);
             continue;
         }
@@ -158,6 +159,7 @@ int read_text_direct()
         uint16_t* const end = c_buf + CBUF_SIZE;
         uint16_t* p = start;
         *p++ = cbuf_fast_codes[c];
+        int64_t widths = cbuf_fast_adv[c];
         bool stopped = false;
         while (p < end) {
             c = getc_unlocked(fp);
@@ -166,11 +168,12 @@ int read_text_direct()
                 break;
             }
             *p++ = cbuf_fast_codes[c];
+            widths += cbuf_fast_adv[c];
         }
         int64_t const n = p - start;
         c_buf_p = p;
         c_buf_len += static_cast<int>(n);
-        env.cur_x = sat32(env.cur_x + n * env.hmi);
+        env.cur_x = sat32(env.cur_x + (cbuf_fast_prop ? widths : n * env.hmi));
         if (stopped)
             return c;
     }

@@ -7,6 +7,7 @@
 
 #include "config_store.h"
 #include "pcl/environment.h"
+#include "pcl/font_metrics.h"
 #include "pcl/fonts.h"
 #include "pcl/glyph_map.h"
 #include "pcl/ps/barcodes.h"
@@ -20,44 +21,8 @@ uint32_t ps_last_color;
 
 namespace {
 
-// The standard fonts by typeface class (rows of four: upright, italic,
-// bold, bold italic).
-constexpr char const* ps_fonts[28] = {
-    "Courier", "Courier-Oblique", "Courier-Bold", "Courier-BoldOblique",
-    "Courier", "Courier-Oblique", "Courier-Bold", "Courier-BoldOblique",
-    "Courier", "Courier-Oblique", "Courier-Bold", "Courier-BoldOblique",
-    "Courier", "Courier-Oblique", "Courier-Bold", "Courier-BoldOblique",
-    "Helvetica", "Helvetica-Oblique", "Helvetica-Bold", "Helvetica-BoldOblique",
-    "Times-Roman", "Times-Italic", "Times-Bold", "Times-BoldItalic",
-    "Courier", "Courier-Oblique", "Courier-Bold", "Courier-BoldOblique",
-};
-
-constexpr int SYMSET_19M = 621;
-constexpr int SYMSET_5M = 173;
-constexpr int SYMSET_14L = 460;
-
 // Advance width of the standard monospaced fonts, as a fraction of the size.
 constexpr double kDefaultWidth = 0.6;
-
-int typeface_class(pcl_font const& f)
-{
-    if (static_cast<uint32_t>(f.typeface) <= 6)
-        return f.typeface;
-    switch (f.typeface) {
-    case 4099:
-    case 24579:
-        return 3;
-    case 4148:
-    case 16602:
-    case 24580:
-        return 4;
-    case 4101:
-    case 25093:
-        return 5;
-    default:
-        return f.spacing == 0 ? 3 : 5;
-    }
-}
 
 pcl_font const& active_font()
 {
@@ -95,26 +60,9 @@ void select_font()
     std::snprintf(section, sizeof section, "tf%d", f.typeface);
     char item[64];
 
-    ps_font_enc = 0;
-    char const* name = nullptr;
-    if (f.symset == SYMSET_19M || f.symset == SYMSET_5M) {
-        name = "Symbol";
-        ps_font_enc = 1;
-    } else if (f.symset == SYMSET_14L) {
-        name = "ZapfDingbats";
-        ps_font_enc = 2;
-    } else {
-        std::snprintf(item, sizeof item, "%db%ds", f.stroke, f.style);
-        name = config_get_option(section, item, nullptr);
-        if (!name) {
-            std::snprintf(item, sizeof item, "font-%db%ds", f.stroke, f.style);
-            name = config_get_option(section, item, nullptr);
-        }
-        if (!name)
-            name = config_get_option(section, "font", nullptr);
-        if (!name)
-            name = ps_fonts[typeface_class(f) * 4 + (f.stroke > 0 ? 2 : 0) + (f.style & 1)];
-    }
+    ps_font_choice const choice = ps_font_for(f);
+    char const* const name = choice.name;
+    ps_font_enc = choice.enc;
 
     double size;
     if (f.spacing != 0) {

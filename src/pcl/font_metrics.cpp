@@ -1,0 +1,104 @@
+// Which PostScript font renders a PCL font, and how wide its glyphs are.
+#include "pcl/font_metrics.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "config_store.h"
+#include "pcl/glyph_map.h"
+
+namespace {
+
+// The standard fonts by typeface class (rows of four: upright, italic,
+// bold, bold italic).
+constexpr char const* ps_fonts[28] = {
+    "Courier", "Courier-Oblique", "Courier-Bold", "Courier-BoldOblique",
+    "Courier", "Courier-Oblique", "Courier-Bold", "Courier-BoldOblique",
+    "Courier", "Courier-Oblique", "Courier-Bold", "Courier-BoldOblique",
+    "Courier", "Courier-Oblique", "Courier-Bold", "Courier-BoldOblique",
+    "Helvetica", "Helvetica-Oblique", "Helvetica-Bold", "Helvetica-BoldOblique",
+    "Times-Roman", "Times-Italic", "Times-Bold", "Times-BoldItalic",
+    "Courier", "Courier-Oblique", "Courier-Bold", "Courier-BoldOblique",
+};
+
+constexpr int SYMSET_19M = 621;
+constexpr int SYMSET_5M = 173;
+constexpr int SYMSET_14L = 460;
+
+int typeface_class(pcl_font const& f)
+{
+    if (static_cast<uint32_t>(f.typeface) <= 6)
+        return f.typeface;
+    switch (f.typeface) {
+    case 4099:
+    case 24579:
+        return 3;
+    case 4148:
+    case 16602:
+    case 24580:
+        return 4;
+    case 4101:
+    case 25093:
+        return 5;
+    default:
+        return f.spacing == 0 ? 3 : 5;
+    }
+}
+
+}  // namespace
+
+ps_font_choice ps_font_for(pcl_font const& f)
+{
+    if (f.symset == SYMSET_19M || f.symset == SYMSET_5M)
+        return {"Symbol", ENC_SYMBOL};
+    if (f.symset == SYMSET_14L)
+        return {"ZapfDingbats", ENC_DINGBATS};
+
+    char section[32];
+    std::snprintf(section, sizeof section, "tf%d", f.typeface);
+    char item[64];
+    std::snprintf(item, sizeof item, "%db%ds", f.stroke, f.style);
+    char const* name = config_get_option(section, item, nullptr);
+    if (!name) {
+        std::snprintf(item, sizeof item, "font-%db%ds", f.stroke, f.style);
+        name = config_get_option(section, item, nullptr);
+    }
+    if (!name)
+        name = config_get_option(section, "font", nullptr);
+    if (!name)
+        name = ps_fonts[typeface_class(f) * 4 + (f.stroke > 0 ? 2 : 0) + (f.style & 1)];
+    return {name, ENC_LATIN1};
+}
+
+afm_font const* afm_find(std::string_view name)
+{
+    afm_font const* end = afm_fonts + afm_font_count;
+    afm_font const* it = std::lower_bound(afm_fonts, end, name,
+                                          [](afm_font const& f, std::string_view n) { return f.name < n; });
+    return it != end && it->name == name ? it : nullptr;
+}
+
+int afm_glyph_index(std::string_view name)
+{
+    char const* const* end = afm_glyph_names + afm_glyph_count;
+    char const* const* it =
+        std::lower_bound(afm_glyph_names, end, name, [](char const* g, std::string_view n) { return g < n; });
+    return it != end && *it == name ? static_cast<int>(it - afm_glyph_names) : -1;
+}
+
+int afm_width(afm_font const& metrics, unsigned code, int enc)
+{
+    map_record const* r = ps_map_find(code, enc);
+    if (!r)
+        return -1;
+    uint16_t w = AFM_NONE;
+    if (r->ps_code != 0) {
+        w = metrics.by_code[r->ps_code & 0xff];
+    } else if (r->name && r->name[0] != '!') {
+        int const i = afm_glyph_index(r->name);
+        if (i >= 0)
+            w = metrics.by_name[i];
+    }
+    return w == AFM_NONE ? -1 : w;
+}
