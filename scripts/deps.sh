@@ -4,7 +4,7 @@
 set -euo pipefail
 
 tarvo_packages=(g++ cmake make time libgtest-dev python3 python3-fonttools clang libclang-rt-14-dev ghostscript libpostscriptbarcode
-                icc-profiles-free poppler-utils)
+                icc-profiles-free poppler-utils psutils fonts-urw-base35)
 
 tarvo_install_deps() {
     local missing=()

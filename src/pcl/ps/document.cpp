@@ -119,7 +119,18 @@ constexpr char kProlog[] = R"PS(
     currentdict
   end
 } bind def
-%%EndProlog
+)PS";
+
+// The text fonts' encoding: ISO Latin-1 with the ASCII hyphen, apostrophe
+// and grave accent in their ASCII slots (ISOLatin1Encoding holds minus and
+// curly quotes there, which text extraction reads as other characters).
+// SF selects a text font by base name, Latin-1 name and size, re-encoding
+// it first unless the Latin-1 copy is already defined, so that each page
+// stands on its own when pages are extracted or reordered.
+constexpr char kTextFontProlog[] = R"PS(/L1E ISOLatin1Encoding dup length array copy
+dup 16#2D /hyphen put dup 16#27 /quotesingle put dup 16#60 /grave put def
+/SF { 1 index where { pop } { 1 index L1E 4 index reencode_font } ifelse
+  exch findfont exch scalefont setfont pop } bind def
 )PS";
 
 // A configured decimal integer, read like strtol but kept inside int.
@@ -278,6 +289,9 @@ void ps_init()
         ps_pdfa_def();
 
     ps_put(kProlog);
+    if (!compat_legacy())
+        ps_put(kTextFontProlog);
+    ps_put("%%EndProlog\n");
 
     ps_put("\n%%BeginSetup\n");
     if (char const* v = config_get_option("CONFIG", "BARCODE", nullptr))

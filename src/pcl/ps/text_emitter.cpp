@@ -51,8 +51,9 @@ bool font_is_used(std::string const& name)
 }
 
 // Picks the PostScript font for the active PCL font and writes its
-// selection (with the Latin-1 reencoding the first time a text font is
-// used in the document).
+// selection. A text font is shown through its Latin-1 copy ("-l1"); the
+// earlier rendering defines that copy once, the first time the font is
+// used in the document.
 void select_font()
 {
     pcl_font const& f = active_font();
@@ -92,22 +93,32 @@ void select_font()
 
     ps_endemit();
     std::string const font_name(name);
-    if (!font_is_used(font_name)) {
+    bool const first_use = !font_is_used(font_name);
+    if (first_use)
         used_font_list.push_back(font_name);
-        if (ps_font_enc == 0) {
+    if (ps_font_enc == 0 && !compat_legacy()) {
+        // The prolog's SF re-encodes the font where it is not yet defined.
+        ps_put('/');
+        ps_put(font_name);
+        ps_put(" /");
+        ps_put(font_name);
+        ps_put("-l1 ");
+        ps_put_num(size);
+        ps_put(" SF\n");
+    } else {
+        if (first_use && ps_font_enc == 0) {
             ps_put('/');
             ps_put(font_name);
             ps_put("-l1 ISOLatin1Encoding /");
             ps_put(font_name);
             ps_put(" reencode_font\n");
         }
+        ps_put('/');
+        ps_put(font_name);
+        ps_put(ps_font_enc == 0 ? "-l1 findfont " : " findfont ");
+        ps_put_num(size);
+        ps_put(" scalefont setfont\n");
     }
-    ps_put('/');
-    ps_put(font_name);
-    ps_put(ps_font_enc == 0 ? "-l1 findfont " : " findfont ");
-    ps_put_num(size);
-    ps_put(" scalefont setfont\n");
-
     characteristic = env.font_serial;
 }
 
