@@ -1,5 +1,6 @@
 #include "config_store.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -8,7 +9,9 @@
 #include <new>
 #include <string>
 #include <string_view>
-#include <strings.h>
+#include <sys/stat.h>
+#include <unordered_map>
+#include <vector>
 
 #include "common/file_ptr.h"
 
@@ -18,10 +21,17 @@ namespace {
 // A deque never moves its elements when it grows, so the value pointers
 // handed out by the lookups stay valid for the life of the process even
 // if entries are added later.
+//
+// Two indexes keep every lookup independent of the store's size: for each
+// section name, and for each section and item name, the positions of its
+// entries in order (names folded to upper case, which is how strcasecmp
+// compares them in the C locale).
 struct ConfigStore {
     std::deque<std::string> sections;
     std::deque<std::string> items;
     std::deque<std::string> values;
+    std::unordered_map<std::string, std::vector<int>> by_section;
+    std::unordered_map<std::string, std::vector<int>> by_name;
     int count() const { return static_cast<int>(values.size()); }
 };
 
@@ -54,9 +64,36 @@ std::string trimmed_upper(std::string_view s)
     return r;
 }
 
-bool matches(std::string const& stored, char const* wanted)
+std::string folded(char const* name)
 {
-    return strcasecmp(stored.c_str(), wanted ? wanted : "") == 0;
+    std::string r(name ? name : "");
+    upcase(r);
+    return r;
+}
+
+// The key of a section and item name; a NUL cannot occur in either.
+std::string name_key(char const* section, char const* item)
+{
+    std::string key = folded(section);
+    key += '\0';
+    key += folded(item);
+    return key;
+}
+
+std::vector<int> const* positions(std::unordered_map<std::string, std::vector<int>> const& index,
+                                  std::string const& key)
+{
+    auto const it = index.find(key);
+    return it == index.end() ? nullptr : &it->second;
+}
+
+// The first of `list` at or after `from`, or -1.
+int next_position(std::vector<int> const* list, int from)
+{
+    if (list == nullptr)
+        return -1;
+    auto const it = std::lower_bound(list->begin(), list->end(), from < 0 ? 0 : from);
+    return it == list->end() ? -1 : *it;
 }
 
 // Handles one line as fgets delivered it (at most 1023 characters, maybe
@@ -107,15 +144,24 @@ int parse_line(char const* line, std::string& section)
 int config_add_value(char const* section, char const* item, char const* value)
 {
     size_t const n = cfg.values.size();
+    std::vector<int>* in_section = nullptr;
+    std::vector<int>* in_name = nullptr;
     try {
         cfg.sections.emplace_back(section ? section : "");
         cfg.items.emplace_back(item ? item : "");
         cfg.values.emplace_back(value ? value : "");
+        in_section = &cfg.by_section[folded(section)];
+        in_section->push_back(static_cast<int>(n));
+        in_name = &cfg.by_name[name_key(section, item)];
+        in_name->push_back(static_cast<int>(n));
     } catch (std::bad_alloc const&) {
-        // Drop the partly added entry so the columns stay parallel.
+        // Drop the partly added entry so the columns and the indexes stay
+        // as they were (an empty index list is harmless).
         cfg.sections.resize(n);
         cfg.items.resize(n);
         cfg.values.resize(n);
+        if (in_section && !in_section->empty() && in_section->back() == static_cast<int>(n))
+            in_section->pop_back();
         return -1;
     }
     return 0;
@@ -123,34 +169,30 @@ int config_add_value(char const* section, char const* item, char const* value)
 
 char const* config_get_option(char const* section, char const* item, char const* def)
 {
-    for (int i = 0; i < cfg.count(); ++i) {
-        if (matches(cfg.sections[i], section) && matches(cfg.items[i], item))
-            return cfg.values[i].empty() ? def : cfg.values[i].c_str();
-    }
-    return def;
+    std::vector<int> const* list = positions(cfg.by_name, name_key(section, item));
+    if (list == nullptr || list->empty())
+        return def;
+    std::string const& value = cfg.values[static_cast<size_t>(list->front())];
+    return value.empty() ? def : value.c_str();
 }
 
 char const* config_enum_section(char const* section, char const** item, int* index)
 {
-    for (int i = *index < 0 ? 0 : *index; i < cfg.count(); ++i) {
-        if (matches(cfg.sections[i], section)) {
-            *item = cfg.items[i].c_str();
-            *index = i + 1;
-            return cfg.values[i].c_str();
-        }
-    }
-    return nullptr;
+    int const i = next_position(positions(cfg.by_section, folded(section)), *index);
+    if (i < 0)
+        return nullptr;
+    *item = cfg.items[static_cast<size_t>(i)].c_str();
+    *index = i + 1;
+    return cfg.values[static_cast<size_t>(i)].c_str();
 }
 
 char const* config_enum_item(char const* section, char const* item, int* index)
 {
-    for (int i = *index < 0 ? 0 : *index; i < cfg.count(); ++i) {
-        if (matches(cfg.sections[i], section) && matches(cfg.items[i], item)) {
-            *index = i + 1;
-            return cfg.values[i].c_str();
-        }
-    }
-    return nullptr;
+    int const i = next_position(positions(cfg.by_name, name_key(section, item)), *index);
+    if (i < 0)
+        return nullptr;
+    *index = i + 1;
+    return cfg.values[static_cast<size_t>(i)].c_str();
 }
 
 int config_read_file(char const* path, int optional)
@@ -163,11 +205,26 @@ int config_read_file(char const* path, int optional)
         std::perror(path);
         return err ? err : EIO;
     }
+    // A directory opens but cannot be read: where the file is optional it
+    // counts as absent, else it is refused like a file that cannot be opened.
+    struct stat st;
+    if (::fstat(fileno(fp.get()), &st) == 0 && S_ISDIR(st.st_mode)) {
+        if (optional)
+            return 2;
+        errno = EISDIR;
+        std::perror(path);
+        return EISDIR;
+    }
     std::string section;
     char line[1024];
     while (std::fgets(line, sizeof line, fp.get())) {
         if (parse_line(line, section) < 0)
             return -1;
+    }
+    if (std::ferror(fp.get())) {
+        int const err = errno ? errno : EIO;
+        std::perror(path);
+        return err;
     }
     return 0;
 }
@@ -205,4 +262,6 @@ void config_clear()
     cfg.sections.clear();
     cfg.items.clear();
     cfg.values.clear();
+    cfg.by_section.clear();
+    cfg.by_name.clear();
 }

@@ -119,16 +119,45 @@ TEST_F(ConfigStore, CommandLineDefinitions)
 TEST_F(ConfigStore, OpenFailures)
 {
     // A missing optional file is silent; a path through a regular file fails
-    // with ENOTDIR, reported even when optional.
+    // with ENOTDIR, reported even when optional; a directory counts as
+    // absent where the file is optional and is refused otherwise.
     std::string const missing = dir.path() + "/none.cfg", through = dir.write("plain", "") + "/x.cfg";
-    int status[3] = {};
+    int status[5] = {};
     EXPECT_EQ(capture_stderr([&] {
                   status[0] = config_read_file(missing.c_str(), 1);
                   status[1] = config_read_file(missing.c_str(), 0);
                   status[2] = config_read_file(through.c_str(), 1);
+                  status[3] = config_read_file(dir.path().c_str(), 0);
+                  status[4] = config_read_file(dir.path().c_str(), 1);
               }),
-              missing + ": No such file or directory\n" + through + ": Not a directory\n");
-    EXPECT_EQ((std::array{status[0], status[1], status[2]}), (std::array{2, 2, ENOTDIR}));
+              missing + ": No such file or directory\n" + through + ": Not a directory\n" + dir.path() +
+                  ": Is a directory\n");
+    EXPECT_EQ((std::array{status[0], status[1], status[2], status[3], status[4]}),
+              (std::array{2, 2, ENOTDIR, EISDIR, 2}));
+}
+
+// The indexes answer as the walk in order of addition would: names in any
+// case, the first entry wins, walks resume after the position given.
+TEST_F(ConfigStore, IndexedLookupsKeepTheOrderOfAddition)
+{
+    for (auto const& [sec, item, value] : std::vector<std::array<char const*, 3>>{
+             {"TRAY1", "EPS.FILE", "a"}, {"tray1", "xofs", "1"}, {"TRAY2", "EPS.FILE", "b"},
+             {"Tray1", "Eps.File", "c"}, {"TRAY1", "EPS.FILE", ""}})
+        ASSERT_EQ(config_add_value(sec, item, value), 0);
+    EXPECT_STREQ(config_get_option("tray1", "eps.file", "none"), "a");
+    EXPECT_STREQ(config_get_option("TRAY3", "EPS.FILE", "none"), "none");
+    std::string walk;
+    char const* item = nullptr;
+    int index = 0;
+    while (char const* v = config_enum_section("TRAY1", &item, &index))
+        walk += std::string(item) + "=" + v + "@" + std::to_string(index) + " ";
+    EXPECT_EQ(walk, "EPS.FILE=a@1 xofs=1@2 Eps.File=c@4 EPS.FILE=@5 ");
+    index = 2;
+    EXPECT_STREQ(config_enum_item("TRAY1", "EPS.FILE", &index), "c");
+    EXPECT_EQ(index, 4);
+    EXPECT_STREQ(config_enum_item("TRAY1", "EPS.FILE", &index), "");
+    EXPECT_EQ(config_enum_item("TRAY1", "EPS.FILE", &index), nullptr);
+    EXPECT_EQ(index, 5);
 }
 
 TEST_F(ConfigStore, ValuesStayValidWhileTheStoreGrows)

@@ -64,10 +64,13 @@ TEST(Driver, ConfigurationLookup)
     EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{0, std::string()}));
 
     // A default location that exists but cannot be read is fatal; a
-    // directory in the way opens and reads as nothing.
+    // directory in the way counts as no file there. A directory given with
+    // -c is an error.
     env.back() = "HOME=" + dir.path() + "/blocked";
     dir.write("blocked/.tarvo/x", "");
     EXPECT_EQ(run_tarvo({"-a"}, "", dir.path(), env).status, 0);
+    r = run_tarvo({"-a", "-c", dir.path() + "/blocked"}, "", dir.path(), env);
+    EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{1, dir.path() + "/blocked: Is a directory\n"}));
     env.back() = "HOME=" + dir.write("plainfile", "");
     r = run_tarvo({"-a"}, "", dir.path(), env);
     EXPECT_EQ(r.status, 1);
