@@ -10,6 +10,7 @@
 #include "pcl/environment.h"
 #include "pcl/fonts.h"
 #include "pcl/macros.h"
+#include "pcl/raster.h"
 #include "pcl/rectangles.h"
 #include "run_mode.h"
 
@@ -150,18 +151,18 @@ pcl_cmd intlist[] = {
     {"*cG", "Pattern id", nullptr, pcl_pattern_id, nullptr},
     {"*cP", "Fill Rectangular Area", rf_parm, pcl_rect_fill, nullptr},
     {"*tR", "Raster Graphics Resolution", nullptr, pcl_res, nullptr},
-    {"*rF", "Raster Graphics Presentation Mode", nullptr, nullptr, nullptr},
-    {"*rT", "Raster Height", nullptr, nullptr, nullptr},
-    {"*rS", "Raster Width", nullptr, nullptr, nullptr},
-    {"*rA", "Start Graphics", sg_parm, nullptr, nullptr},
-    {"*bY", "Raster Y Offset", nullptr, nullptr, nullptr},
-    {"*bM", "Compression Method", nullptr, nullptr, nullptr},
+    {"*rF", "Raster Graphics Presentation Mode", nullptr, pcl_raster_presentation, nullptr},
+    {"*rT", "Raster Height", nullptr, pcl_raster_height, nullptr},
+    {"*rS", "Raster Width", nullptr, pcl_raster_width, nullptr},
+    {"*rA", "Start Graphics", sg_parm, pcl_raster_start, nullptr},
+    {"*bY", "Raster Y Offset", nullptr, pcl_raster_y_offset, nullptr},
+    {"*bM", "Compression Method", nullptr, pcl_raster_compression, nullptr},
     {"*bW", "Transfer Raster Data", nullptr, nullptr, nullptr},
     {"*bV", "Transfer Raster Plane", nullptr, nullptr, nullptr},
     {"*gW", "Configure Raster Data", nullptr, nullptr, nullptr},
-    {"*rC", "End Raster Graphics", nullptr, nullptr, nullptr},
-    {"*rB", "End Raster Graphics", nullptr, nullptr, nullptr},
-    {"*rU", "Simple Color", nullptr, pcl_simple_color, nullptr},
+    {"*rC", "End Raster Graphics", nullptr, pcl_raster_end_reset, nullptr},
+    {"*rB", "End Raster Graphics", nullptr, pcl_raster_end, nullptr},
+    {"*rU", "Simple Color", nullptr, pcl_raster_simple_color, nullptr},
     {"*vS", "Foreground Color", nullptr, pcl_foreground_color, nullptr},
     {"*pP", "Push/Pop Palette", nullptr, pcl_palette_push_pop, nullptr},
     {"&pI", "Palette ID", nullptr, nullptr, nullptr},

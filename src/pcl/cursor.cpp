@@ -6,6 +6,7 @@
 #include "pcl/environment.h"
 #include "pcl/escape_parser.h"
 #include "pcl/macros.h"
+#include "pcl/raster.h"
 #include "pcl/text_loop.h"
 #include "run_mode.h"
 
@@ -153,6 +154,8 @@ void pcl_cursor_push_pop(double value)
 
 void pcl_ff()
 {
+    // A raster image ends with its page.
+    raster_end_block();
     // The overlay prints on the page that is ending; its macro frame keeps
     // the environment of the page and gives it back when its bytes run out.
     if (env.overlay_id != -1 && mac_call(env.overlay_id, MAC_OVERLAY) != nullptr) {

@@ -8,13 +8,17 @@
 #include "pcl/ps/document.h"
 #include "pcl/ps/eps.h"
 #include "pcl/ps/writer.h"
+#include "pcl/raster.h"
 #include "pcl/text_buffer.h"
 #include "run_mode.h"
 
 namespace {
 
+constexpr int RASTER_ROW = 1;
 constexpr int TRANSPARENT_PRINT = 2;
 constexpr int PS_VERBATIM = 8;
+constexpr int RASTER_PLANE = 9;
+constexpr int IMAGE_CONFIG = 10;
 constexpr std::string_view inband_marker = "%tarvo:";
 
 }  // namespace
@@ -33,6 +37,17 @@ void readdesc(int kind, unsigned count)
         break;
     case PS_VERBATIM:
         readps(count);
+        break;
+    case RASTER_ROW:
+    case RASTER_PLANE:
+    case IMAGE_CONFIG:
+        // Drawn in PostScript output; skipped otherwise.
+        if (!raster_enabled())
+            pcl_skip(count);
+        else if (kind == IMAGE_CONFIG)
+            raster_configure(count);
+        else
+            raster_transfer(count, kind == RASTER_ROW);
         break;
     default:
         pcl_skip(count);

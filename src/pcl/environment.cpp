@@ -12,6 +12,7 @@
 #include "pcl/fonts.h"
 #include "pcl/input.h"
 #include "pcl/macros.h"
+#include "pcl/raster.h"
 #include "pcl/text_buffer.h"
 #include "run_mode.h"
 #include "symbol_sets.h"
@@ -413,6 +414,7 @@ void pcl_init()
 {
     default_env_valid = 0;
     compat_f = 0;
+    raster_reset();
 
     env = pcl_env{};
     env.perf_skip = 1;
@@ -452,6 +454,7 @@ void pcl_init()
 void pcl_reset()
 {
     flush_page();
+    raster_reset();
     font[0] = default_font[0];
     font[1] = default_font[1];
     // The page counter and the page's used flag survive the reset: the output

@@ -72,13 +72,11 @@ int data_kind(char const* key)
         int kind;
     };
     static constexpr entry kinds[] = {
-        {"*bW", 1}, {"*vW", 1}, {"&pX", 2}, {")sW", 3}, {"(sW", 4},
+        {"*bW", 1}, {"*vW", 10}, {"*bV", 9}, {"&pX", 2}, {")sW", 3}, {"(sW", 4},
         {"(fW", 5}, {"*cW", 6}, {"&nW", 7}, {"&pW", 8},
-        // Raster planes, raster configuration, colour tables, illuminant,
-        // dither matrices, driver configuration and I/O configuration:
-        // skipped like raster rows.
-        {"*bV", 1}, {"*gW", 1}, {"*lW", 1}, {"*iW", 1}, {"*mW", 1},
-        {"*oW", 1}, {"&bW", 1},
+        // Raster configuration, colour tables, illuminant, dither matrices,
+        // driver configuration and I/O configuration: skipped.
+        {"*gW", 11}, {"*lW", 11}, {"*iW", 11}, {"*mW", 11}, {"*oW", 11}, {"&bW", 11},
     };
     // Every key has three characters; comparing them (the first one,
     // which tells most commands apart, first) is this lookup's whole cost.

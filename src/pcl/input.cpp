@@ -190,3 +190,23 @@ void pcl_skip(unsigned count)
             return;
     }
 }
+
+size_t pcl_read(unsigned char* dst, size_t count)
+{
+    size_t done = 0;
+    while (done < count && !lookahead_empty()) {
+        int c = raw_getc();
+        if (c < 0)
+            return done;
+        dst[done++] = static_cast<unsigned char>(c);
+    }
+    if (input_is_direct())
+        return done + fread_unlocked(dst + done, 1, count - done, infp);
+    while (done < count) {
+        int c = raw_getc();
+        if (c < 0)
+            break;
+        dst[done++] = static_cast<unsigned char>(c);
+    }
+    return done;
+}

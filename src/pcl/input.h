@@ -3,6 +3,7 @@
 // current text parsing method.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 
@@ -37,6 +38,10 @@ int input_read_error();
 // Reads and drops up to `count` raw bytes (look-ahead first), stopping at
 // the end of input.
 void pcl_skip(unsigned count);
+
+// Reads up to `count` raw bytes into `dst` (look-ahead first), stopping at
+// the end of input; returns how many were read.
+size_t pcl_read(unsigned char* dst, size_t count);
 
 // The text parsing methods whose characters are UTF-8 sequences; under any
 // other method a byte is one character.

@@ -1,0 +1,505 @@
+#include "pcl/raster.h"
+
+#include <algorithm>
+#include <array>
+#include <vector>
+
+#include "common/numeric.h"
+#include "pcl/environment.h"
+#include "pcl/ps/raster_output.h"
+#include "pcl/raster_decode.h"
+#include "pcl/rectangles.h"
+#include "run_mode.h"
+
+namespace {
+
+// Pixel encodings of the configured image data.
+enum pixel_encoding : int {
+    INDEXED_BY_PLANE = 0,
+    INDEXED_BY_PIXEL = 1,
+    DIRECT_BY_PLANE = 2,
+    DIRECT_BY_PIXEL = 3,
+};
+
+// Colour spaces of the configured image data; the colorimetric and other
+// spaces are printed as device RGB.
+constexpr int SPACE_CMY = 1;
+
+struct image_config {
+    bool set = false;
+    int space = 0;
+    int encoding = 0;
+    int bits = 1;  // bits per index, or per primary
+};
+
+// Settings that hold from one raster block to the next.
+struct raster_settings {
+    int presentation = 0;
+    int32_t width = 0;   // source width in pixels, 0 when not given
+    int32_t height = 0;  // source height in rows, 0 when not given
+    int method = RASTER_UNENCODED;
+    image_config config;
+};
+
+// The raster block being received.
+struct raster_block {
+    bool active = false;
+    raster_image image;
+    int planes = 1;
+    size_t plane_bytes = 0;
+    std::vector<std::vector<uint8_t>> seed;  // one seed row per plane
+    std::vector<uint8_t> pixels;             // the row in the image's format
+    int plane = 0;                           // next plane of the row
+    int64_t rows = 0;                        // rows advanced so far
+    int32_t row_dx = 0, row_dy = 0;          // cursor advance per row
+    int32_t x0 = 0, y0 = 0;                  // the cursor at the start
+};
+
+raster_settings settings;
+raster_block block;
+
+constexpr int32_t units_per_inch = 72000;
+
+bool valid_resolution(int32_t r)
+{
+    return r == 75 || r == 100 || r == 150 || r == 200 || r == 300 || r == 600;
+}
+
+uint32_t eight_color(int index, bool cmy)
+{
+    uint32_t const r = (index & 1) ? 0xff : 0;
+    uint32_t const g = (index & 2) ? 0xff : 0;
+    uint32_t const b = (index & 4) ? 0xff : 0;
+    uint32_t const c = r << 16 | g << 8 | b;
+    return cmy ? 0xffffff ^ c : c;
+}
+
+// The default palette of `bits` bits per index: white and black for one
+// bit, else the eight device colours repeated.
+std::vector<uint32_t> default_palette(int bits, bool cmy)
+{
+    std::vector<uint32_t> palette(size_t{1} << bits);
+    if (bits == 1)
+        return {0xffffff, 0x000000};
+    for (size_t i = 0; i < palette.size(); ++i)
+        palette[i] = eight_color(static_cast<int>(i & 7), cmy);
+    return palette;
+}
+
+// Sets the image format, the number of planes and their row size for a
+// block `width` pixels wide.
+void choose_format(int32_t width)
+{
+    raster_image& im = block.image;
+    image_config const& cfg = settings.config;
+    size_t const w = static_cast<size_t>(width);
+    size_t const bit_plane = (w + 7) / 8;
+    im.palette.clear();
+    im.inverted = false;
+    if (!cfg.set) {
+        if (env.palette == 3) {
+            im.kind = raster_image::indexed;
+            im.bits = 8;
+            im.palette = default_palette(3, false);
+            block.planes = 3;
+        } else {
+            im.kind = raster_image::mask;
+            im.bits = 1;
+            block.planes = 1;
+        }
+        block.plane_bytes = bit_plane;
+        return;
+    }
+    bool const cmy = cfg.space == SPACE_CMY;
+    switch (cfg.encoding) {
+    case INDEXED_BY_PLANE:
+        block.planes = cfg.bits;
+        block.plane_bytes = bit_plane;
+        im.kind = cfg.bits == 1 ? raster_image::mask : raster_image::indexed;
+        im.bits = cfg.bits == 1 ? 1 : 8;
+        break;
+    case INDEXED_BY_PIXEL:
+        block.planes = 1;
+        block.plane_bytes = (w * static_cast<size_t>(cfg.bits) + 7) / 8;
+        im.kind = cfg.bits == 1 ? raster_image::mask : raster_image::indexed;
+        im.bits = cfg.bits;
+        break;
+    case DIRECT_BY_PLANE:
+        block.planes = 3;
+        block.plane_bytes = bit_plane;
+        im.kind = raster_image::indexed;
+        im.bits = 8;
+        im.palette = default_palette(3, cmy);
+        return;
+    default:
+        block.planes = 1;
+        block.plane_bytes = w * 3;
+        im.kind = raster_image::rgb;
+        im.bits = 8;
+        im.inverted = cmy;
+        return;
+    }
+    if (im.kind == raster_image::indexed)
+        im.palette = default_palette(cfg.bits, cmy);
+}
+
+// Starts a block with its left edge at x (PCL units).
+void start_block(int32_t x)
+{
+    int32_t res = env.resolution;
+    if (!valid_resolution(res))
+        res = 75;
+    int32_t const px = units_per_inch / res;
+
+    block = raster_block{};
+    block.active = true;
+    // A printer's cursor never leaves the logical page; the image starts
+    // inside it even when the cursor was moved past its left or top edge.
+    block.x0 = std::clamp<int32_t>(x, 0, std::max<int32_t>(0, env.page_width));
+    block.y0 = std::max<int32_t>(0, env.cur_y);
+
+    // Presentation mode 3 lays the rows along the physical page: on a
+    // rotated page the image turns back by the page's rotation.
+    int rotate = 0;
+    if (settings.presentation == 3)
+        rotate = ((4 - (env.orientation & 3)) % 4) * 90;
+    block.image.rotate = rotate;
+    // Row advance in PCL units (y downward) for each rotation.
+    switch (rotate) {
+    case 90:
+        block.row_dx = px;  // physical down is logical right
+        break;
+    case 180:
+        block.row_dy = -px;
+        break;
+    case 270:
+        block.row_dx = -px;
+        break;
+    default:
+        block.row_dy = px;
+        break;
+    }
+
+    // Rows run to the source width, but never past the edge of the page
+    // they run toward (nor past the largest width there is room for).
+    int64_t room_units;
+    int32_t along;
+    switch (rotate) {
+    case 90:
+        room_units = block.y0;
+        along = env.page_height;
+        break;
+    case 180:
+        room_units = block.x0;
+        along = env.page_width;
+        break;
+    case 270:
+        room_units = static_cast<int64_t>(env.page_height) - block.y0;
+        along = env.page_height;
+        break;
+    default:
+        room_units = static_cast<int64_t>(env.page_width) - block.x0;
+        along = env.page_width;
+        break;
+    }
+    int64_t const page_px = (static_cast<int64_t>(along) + px - 1) / px;
+    int64_t const room = std::clamp<int64_t>((room_units + px - 1) / px, 0,
+                                             std::min<int64_t>(page_px, RASTER_MAX_WIDTH));
+    int64_t width = settings.width > 0 ? std::min<int64_t>(settings.width, room) : room;
+
+    block.image.width = static_cast<int32_t>(width);
+    block.image.resolution = res;
+    block.image.x = block.x0;
+    block.image.y = block.y0;
+    block.image.color = env.fg_color;
+    choose_format(block.image.width);
+    block.seed.assign(static_cast<size_t>(block.planes), std::vector<uint8_t>(block.plane_bytes, 0));
+    block.pixels.assign(raster_row_bytes(block.image), 0);
+    ps_raster_begin(block.image);
+}
+
+void implicit_start()
+{
+    if (!block.active)
+        start_block(0);
+}
+
+void zero_seeds()
+{
+    for (auto& s : block.seed)
+        std::fill(s.begin(), s.end(), uint8_t{0});
+}
+
+// The cursor after `rows` rows of the block.
+void move_cursor()
+{
+    env.cur_x = sat32(block.x0 + block.rows * block.row_dx);
+    env.cur_y = sat32(block.y0 + block.rows * block.row_dy);
+    env.pos_changed = 1;
+}
+
+// Whether row `index` lies on the page (or just beside it), measured
+// along the direction the rows advance in.
+bool row_on_page(int64_t index)
+{
+    int64_t const px = units_per_inch / block.image.resolution;
+    if (block.row_dx != 0) {
+        int64_t const x = block.x0 + index * block.row_dx;
+        return x >= -px && x <= static_cast<int64_t>(env.page_width) + px;
+    }
+    int64_t const y = block.y0 + index * block.row_dy;
+    return y >= -px && y <= static_cast<int64_t>(env.page_height) + px;
+}
+
+// Combines the planes of the row into pixels of the image's format.
+void compose_row()
+{
+    raster_image const& im = block.image;
+    if (block.planes == 1) {
+        std::copy(block.seed[0].begin(), block.seed[0].end(), block.pixels.begin());
+        return;
+    }
+    // One index byte per pixel, plane 0 its lowest bit.
+    size_t const w = static_cast<size_t>(im.width);
+    std::fill(block.pixels.begin(), block.pixels.end(), uint8_t{0});
+    for (int p = 0; p < block.planes; ++p) {
+        uint8_t const* plane = block.seed[static_cast<size_t>(p)].data();
+        uint8_t const bit = static_cast<uint8_t>(1u << p);
+        for (size_t i = 0; i < w; ++i)
+            if (plane[i >> 3] & (0x80u >> (i & 7)))
+                block.pixels[i] |= bit;
+    }
+}
+
+bool row_has_ink()
+{
+    if (block.image.kind != raster_image::mask)
+        return true;
+    return std::any_of(block.pixels.begin(), block.pixels.end(), [](uint8_t b) { return b != 0; });
+}
+
+// Hands the completed row to the output and moves the cursor down.
+void emit_row()
+{
+    if (settings.height > 0 && block.rows >= settings.height)
+        return;
+    if (block.image.width > 0 && row_on_page(block.rows)) {
+        compose_row();
+        if (row_has_ink()) {
+            ps_raster_row(block.rows, block.pixels);
+            env.page_dirty = 1;
+        }
+    }
+    ++block.rows;
+    move_cursor();
+}
+
+void skip_rows(int64_t n)
+{
+    if (settings.height > 0)
+        n = std::min<int64_t>(n, std::max<int64_t>(0, settings.height - block.rows));
+    block.rows += n;
+    move_cursor();
+}
+
+void end_block()
+{
+    if (!block.active)
+        return;
+    ps_raster_flush();
+    block = raster_block{};
+}
+
+}  // namespace
+
+bool raster_enabled()
+{
+    return genps != 0 && !compat_legacy();
+}
+
+void pcl_raster_presentation(double value)
+{
+    int32_t const v = to_int(value);
+    if (raster_enabled() && !block.active && (v == 0 || v == 3))
+        settings.presentation = v;
+}
+
+void pcl_raster_width(double value)
+{
+    if (raster_enabled() && !block.active)
+        settings.width = std::max<int32_t>(0, to_int(value));
+}
+
+void pcl_raster_height(double value)
+{
+    if (raster_enabled() && !block.active)
+        settings.height = std::max<int32_t>(0, to_int(value));
+}
+
+void pcl_raster_start(double value)
+{
+    if (!raster_enabled() || block.active)
+        return;
+    start_block(to_int(value) == 1 ? env.cur_x : 0);
+}
+
+void pcl_raster_compression(double value)
+{
+    int32_t const v = to_int(value);
+    if (!raster_enabled())
+        return;
+    switch (v) {
+    case RASTER_UNENCODED:
+    case RASTER_RUN_LENGTH:
+    case RASTER_PACKBITS:
+    case RASTER_DELTA_ROW:
+    case RASTER_ADAPTIVE:
+    case RASTER_REPLACEMENT_DELTA:
+        settings.method = v;
+        break;
+    default:
+        break;
+    }
+}
+
+void pcl_raster_y_offset(double value)
+{
+    if (!raster_enabled())
+        return;
+    implicit_start();
+    int32_t const n = to_int(value);
+    ps_raster_flush();
+    zero_seeds();
+    block.plane = 0;
+    if (n > 0)
+        skip_rows(n);
+}
+
+void pcl_raster_end(double)
+{
+    if (raster_enabled())
+        end_block();
+}
+
+void pcl_raster_end_reset(double)
+{
+    if (!raster_enabled())
+        return;
+    end_block();
+    settings.method = RASTER_UNENCODED;
+}
+
+void pcl_raster_simple_color(double value)
+{
+    pcl_simple_color(value);
+    int32_t const v = to_int(value);
+    if (raster_enabled() && !block.active && (v == 1 || v == 3))
+        settings.config = image_config{};
+}
+
+void raster_transfer(unsigned count, bool last_plane)
+{
+    byte_source src(count);
+    block_reader in(src, count);
+    implicit_start();
+
+    if (settings.method == RASTER_ADAPTIVE) {
+        // Whole rows of one plane, each entry choosing its own method.
+        for (size_t p = 1; p < block.seed.size(); ++p)
+            std::fill(block.seed[p].begin(), block.seed[p].end(), uint8_t{0});
+        for (;;) {
+            auto& seed = block.seed[0];
+            adaptive_entry const e = decode_adaptive_entry(in, seed);
+            if (e.kind == adaptive_entry::end)
+                break;
+            if (e.kind == adaptive_entry::row) {
+                emit_row();
+            } else if (e.kind == adaptive_entry::empty_rows) {
+                std::fill(seed.begin(), seed.end(), uint8_t{0});
+                ps_raster_flush();
+                skip_rows(e.count);
+            } else {
+                for (uint32_t i = 0; i < e.count; ++i) {
+                    emit_row();
+                    // Rows past the page or the source height cost nothing more.
+                    if (!row_on_page(block.rows) ||
+                        (settings.height > 0 && block.rows >= settings.height)) {
+                        skip_rows(e.count - i - 1);
+                        break;
+                    }
+                }
+            }
+        }
+        block.plane = 0;
+        return;
+    }
+
+    if (block.plane < block.planes) {
+        decode_row(settings.method, in, block.seed[static_cast<size_t>(block.plane)]);
+        ++block.plane;
+    } else {
+        in.skip_rest();
+    }
+    if (!last_plane)
+        return;
+    // Planes the row did not send are blank.
+    for (int p = block.plane; p < block.planes; ++p) {
+        auto& s = block.seed[static_cast<size_t>(p)];
+        std::fill(s.begin(), s.end(), uint8_t{0});
+    }
+    block.plane = 0;
+    emit_row();
+}
+
+void raster_configure(unsigned count)
+{
+    byte_source src(count);
+    block_reader in(src, count);
+    std::array<int, 6> b{};
+    for (int& v : b)
+        v = in.next();
+    in.skip_rest();
+    if (b[5] < 0 || block.active)
+        return;
+    image_config cfg;
+    cfg.set = true;
+    cfg.space = b[0];
+    cfg.encoding = b[1];
+    int const index_bits = b[2];
+    switch (cfg.encoding) {
+    case INDEXED_BY_PLANE:
+        if (index_bits < 1 || index_bits > 8)
+            return;
+        cfg.bits = index_bits;
+        break;
+    case INDEXED_BY_PIXEL:
+        if (index_bits != 1 && index_bits != 2 && index_bits != 4 && index_bits != 8)
+            return;
+        cfg.bits = index_bits;
+        break;
+    case DIRECT_BY_PLANE:
+        if (b[3] != 1 || b[4] != 1 || b[5] != 1)
+            return;
+        cfg.bits = 1;
+        break;
+    case DIRECT_BY_PIXEL:
+        if (b[3] != 8 || b[4] != 8 || b[5] != 8)
+            return;
+        cfg.bits = 8;
+        break;
+    default:
+        return;
+    }
+    settings.config = cfg;
+}
+
+void raster_end_block()
+{
+    end_block();
+}
+
+void raster_reset()
+{
+    end_block();
+    settings = raster_settings{};
+}

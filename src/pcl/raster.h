@@ -1,0 +1,38 @@
+// PCL raster graphics: the raster settings, the raster block from its start
+// to its end, the rows and planes of each transfer, and the configured
+// image data (indexed or direct colour). Rows are decoded as they arrive and
+// handed to the PostScript image output; the cursor moves down one raster
+// row per row. With the earlier rendering (compatibility bit 4) and in
+// analysis mode the commands change nothing and their data is skipped.
+#pragma once
+
+#include <cstdint>
+
+// Command handlers.
+void pcl_raster_presentation(double value);  // ESC*r#F
+void pcl_raster_width(double value);         // ESC*r#S
+void pcl_raster_height(double value);        // ESC*r#T
+void pcl_raster_start(double value);         // ESC*r#A
+void pcl_raster_compression(double value);   // ESC*b#M
+void pcl_raster_y_offset(double value);      // ESC*b#Y
+void pcl_raster_end(double value);           // ESC*rB
+void pcl_raster_end_reset(double value);     // ESC*rC
+void pcl_raster_simple_color(double value);  // ESC*r#U
+
+// True when raster data is drawn (PostScript output, not the earlier
+// rendering).
+bool raster_enabled();
+
+// The data of ESC*b#W (the row's last plane, `last_plane` true) and ESC*b#V.
+void raster_transfer(unsigned count, bool last_plane);
+// The data of ESC*v#W: configure image data.
+void raster_configure(unsigned count);
+
+// Ends the raster block, writing what it holds; called before the page ends.
+void raster_end_block();
+// Ends the block and returns the raster settings to their start-up state.
+void raster_reset();
+
+// The largest image width, in pixels, a block allocates: wider source
+// widths are clipped to it (and to the page).
+constexpr int32_t RASTER_MAX_WIDTH = 32768;
