@@ -107,8 +107,16 @@ void write_strip()
     // The data follows inline: the filters read it from the document, and
     // once the image has its samples both are read to their ends, so the
     // document goes on after the "~>".
-    if (im.kind == raster_image::mask)
+    char const* decode = "";
+    if (im.kind == raster_image::mask) {
         write_color(im.color);
+    } else if (im.kind == raster_image::indexed) {
+        write_palette(im.palette);
+        decode = im.bits == 8 ? "[0 255]" : im.bits == 4 ? "[0 15]" : im.bits == 2 ? "[0 3]" : "[0 1]";
+    } else {
+        ps_put("/DeviceRGB setcolorspace\n");
+        decode = im.inverted ? "[1 0 1 0 1 0]" : "[0 1 0 1 0 1]";
+    }
     ps_put("currentfile /ASCII85Decode filter dup /RunLengthDecode filter\n");
     if (im.kind == raster_image::mask) {
         ps_put("dup ");
@@ -119,14 +127,6 @@ void write_strip()
         write_matrix(w, h);
         ps_put(" 5 -1 roll\n{imagemask flushfile flushfile} exec\n");
     } else {
-        char const* decode;
-        if (im.kind == raster_image::indexed) {
-            write_palette(im.palette);
-            decode = im.bits == 8 ? "[0 255]" : im.bits == 4 ? "[0 15]" : im.bits == 2 ? "[0 3]" : "[0 1]";
-        } else {
-            ps_put("/DeviceRGB setcolorspace\n");
-            decode = im.inverted ? "[1 0 1 0 1 0]" : "[0 1 0 1 0 1]";
-        }
         ps_put("<< /ImageType 1 /Width ");
         ps_put_int(w);
         ps_put(" /Height ");
