@@ -20,8 +20,10 @@
 #include "pcl/glyph_map.h"
 #include "pcl/input.h"
 #include "pcl/ps/document.h"
+#include "pcl/ps/resources.h"
 #include "pcl/text_loop.h"
 #include "run_mode.h"
+#include "version.h"
 
 int genps = 0;
 int verbose = 0;
@@ -35,7 +37,7 @@ char const* progname = "tarvo";
 namespace {
 
 constexpr char const* kName = "tarvo";
-constexpr char const* kVersion = "A.01.00.00";
+constexpr char const* kVersion = TARVO_VERSION;
 constexpr char const* kDocAddress = "https://docs.zenthorax.com/tarvo/";
 constexpr char const* kOptString = ":spdaVc:o:m:gG:t:vC:";
 constexpr char const* kConfigName = "tarvo.cfg";
@@ -82,18 +84,18 @@ void print_version_long()
 
 void print_help()
 {
-    product_banner("TARVO");
-    std::fprintf(stderr, "usage: %s [options] [pcl-file ...]\n", progname);
-    std::fputs(kHelpOutput, stderr);
-    std::fputs(kHelpOptions, stderr);
-    std::fprintf(stderr,
-                 "\n"
-                 "The tarvo utility converts PCL documents to PDF or Postscript.\n"
-                 "It implements a commonly used subset of PCL functionality.\n"
-                 "For more information, please refer to the Zenthorax web site:\n"
-                 "%s\n"
-                 "\n",
-                 kDocAddress);
+    product_banner("TARVO", stdout);
+    std::printf("usage: %s [options] [pcl-file ...]\n", progname);
+    std::fputs(kHelpOutput, stdout);
+    std::fputs(kHelpOptions, stdout);
+    std::printf(
+                "\n"
+                "The tarvo utility converts PCL documents to PDF or Postscript.\n"
+                "It implements a commonly used subset of PCL functionality.\n"
+                "For more information, please refer to the Zenthorax web site:\n"
+                "%s\n"
+                "\n",
+                kDocAddress);
 }
 
 // Reads one optional configuration file named by a printf format and one
@@ -217,11 +219,11 @@ int tarvo_main(int argc, char** argv)
 {
     progname = base_name(argc > 0 ? argv[0] : nullptr);
 
-    if (argc == 2 && std::strcmp(argv[1], "-version") == 0) {
+    if (argc == 2 && (std::strcmp(argv[1], "-version") == 0 || std::strcmp(argv[1], "--version") == 0)) {
         print_version_long();
         return 0;
     }
-    if (argc == 2 && std::strcmp(argv[1], "-help") == 0) {
+    if (argc == 2 && (std::strcmp(argv[1], "-help") == 0 || std::strcmp(argv[1], "--help") == 0)) {
         print_help();
         return 0;
     }
@@ -308,6 +310,10 @@ int tarvo_main(int argc, char** argv)
     if (int rc = load_configuration(cfg_file); rc != 0)
         return rc;
 
+    // Missing installed resources would only show as PostScript errors.
+    if (genps && !ps_resources_present(pdf_level))
+        return 1;
+
     bool const gs_mode = gs_flag || pdf_level > 0;
     if (out_file && genps &&
         output_is_input(out_file, argv + optind, argc - optind, marks_file)) {
@@ -317,6 +323,13 @@ int tarvo_main(int argc, char** argv)
     FilePtr out_owner;
     if (gs_flag) {
         gs_setup(0, out_file, gs_options);
+        // Without a device Ghostscript would open a display window.
+        if (genps && !gs_names_device()) {
+            std::fprintf(stderr,
+                         "%s: -g needs an output device: give -sDEVICE=... in GS.PRINT.OPT, GS.OPT or -G\n",
+                         progname);
+            return 1;
+        }
     } else if (pdf_level > 0) {
         gs_setup(pdf_level, out_file, gs_options);
     } else if (genps && out_file) {
@@ -363,14 +376,25 @@ int tarvo_main(int argc, char** argv)
             char const* name = argv[arg++];
             if (verbose)
                 std::printf("processing file %s\n", name);
-            if (!doc_title)
-                doc_title = name;
-            in_owner.reset(open_input(name));
-            if (!in_owner) {
-                status = 1;
-                continue;
+            if (std::strcmp(name, "-") == 0) {
+                // "-" names standard input, which gives no title.
+                in_name = kStdinName;
+                in_owner.reset(input_open_fd(STDIN_FILENO, false));
+                if (!in_owner) {
+                    std::perror(in_name);
+                    status = 1;
+                    continue;
+                }
+            } else {
+                if (!doc_title)
+                    doc_title = name;
+                in_owner.reset(open_input(name));
+                if (!in_owner) {
+                    status = 1;
+                    continue;
+                }
+                in_name = name;
             }
-            in_name = name;
         }
         infp = in_owner.get();
         std::setvbuf(infp, in_buffer, _IOFBF, sizeof in_buffer);

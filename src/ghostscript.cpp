@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "config_store.h"
 #include "pcl/environment.h"
@@ -118,6 +119,15 @@ void gs_setup(int level, char const* output, char const* options)
 
     if (verbose >= 1)
         std::fprintf(stderr, "%s\n", gs_cmd.c_str());
+}
+
+bool gs_names_device()
+{
+    auto names = [](char const* text) {
+        return text && (std::strstr(text, "-sDEVICE") || std::strstr(text, "-dNODISPLAY"));
+    };
+    char const* device = std::getenv("GS_DEVICE");
+    return names(gs_cmd.c_str()) || names(std::getenv("GS_OPTIONS")) || (device && *device);
 }
 
 void gs_run()

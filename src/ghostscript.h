@@ -12,5 +12,8 @@ std::string gs_output_name(char const* output);
 
 void gs_setup(int level, char const* output, char const* options);
 void gs_run();
+// True when the command line built by gs_setup, or Ghostscript's own
+// environment (GS_DEVICE, GS_OPTIONS), selects an output device.
+bool gs_names_device();
 // Closes the pipe and returns pclose's raw status (-1 when nothing to close).
 int gs_close();

@@ -4,15 +4,19 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "install_config.h"
+#include "version.h"
+
 namespace {
 
 constexpr char const* kProduct = "ZENTHORAX";
-constexpr char const* kVersion = "A.01.00";
+constexpr char const* kVersion = TARVO_FAMILY_VERSION;
 constexpr char const* kNotice = "- Document Conversion Utilities";
 
-constexpr char const* kBaseDefault = "/opt/zenthorax/8.4";
-constexpr char const* kTmpDefault = "/var/opt/zenthorax/8.4";
-constexpr char const* kEtcDefault = "/etc/opt/zenthorax/8.4";
+// The directories the binary was configured for; the variables win.
+constexpr char const* kBaseDefault = TARVO_INSTALL_PREFIX;
+constexpr char const* kTmpDefault = TARVO_INSTALL_LOCALSTATEDIR;
+constexpr char const* kEtcDefault = TARVO_INSTALL_SYSCONFDIR;
 
 // Shared result buffer: every call overwrites the previous result.
 char path[1024];
@@ -64,12 +68,12 @@ nl_catd zx_catopen(char const* name, char const* locale)
     return catopen(path, 0);
 }
 
-void product_banner(char const* name)
+void product_banner(char const* name, FILE* out)
 {
     if (!name)
-        std::fprintf(stderr, "\n%s %s (%s)\n", kProduct, kNotice, kVersion);
+        std::fprintf(out, "\n%s %s (%s)\n", kProduct, kNotice, kVersion);
     else if (*name)
-        std::fprintf(stderr, "\n%s %s %s (%s)\n", kProduct, name, kNotice, kVersion);
+        std::fprintf(out, "\n%s %s %s (%s)\n", kProduct, name, kNotice, kVersion);
 }
 
 void validate_product(char const* name)

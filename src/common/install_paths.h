@@ -4,6 +4,8 @@
 
 #include <nl_types.h>
 
+#include <cstdio>
+
 char* zx_path();
 char* zx_lib_path();
 char* zx_bin_path();
@@ -15,5 +17,6 @@ char* zx_share_path();
 char* zx_tmp_path();
 char* zx_config_path();
 nl_catd zx_catopen(char const* name, char const* locale);
-void product_banner(char const* name);
+// Prints the banner to standard error, or to `out` (the help text).
+void product_banner(char const* name, FILE* out = stderr);
 void validate_product(char const* name);

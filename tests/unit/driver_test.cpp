@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "test_support.h"
+#include "version.h"
 
 namespace {
 
@@ -26,20 +27,30 @@ std::vector<std::string> isolated(TempDir const& dir)
 
 TEST(Driver, VersionHelpAndUsage)
 {
-    RunResult r = run_tarvo({"-version"});
-    EXPECT_EQ(r.status, 0);
-    EXPECT_TRUE(std::regex_match(
-        r.out, std::regex(R"(tarvo: tarvo A\.01\.00\.00 \([A-Z][a-z][a-z] [1-9][0-9]? [0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2}\)\n)")))
-        << r.out;
+    // The long words and their GNU-style aliases print to standard output;
+    // the version is the project's, in the family's style.
+    for (char const* word : {"-version", "--version"}) {
+        RunResult r = run_tarvo({word});
+        EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{0, std::string()}));
+        EXPECT_TRUE(std::regex_match(
+            r.out, std::regex("tarvo: tarvo " TARVO_VERSION
+                              R"( \([A-Z][a-z][a-z] [1-9][0-9]? [0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2}\)\n)")))
+            << r.out;
+    }
+    EXPECT_TRUE(std::regex_match(TARVO_VERSION, std::regex(R"(A\.[0-9]{2}\.[0-9]{2}\.[0-9]{2})")));
+    EXPECT_EQ(run_tarvo({"-V"}).out, "tarvo: tarvo " TARVO_VERSION "\n");
 
-    r = run_tarvo({"-help"});
-    EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.err.rfind("\nZENTHORAX TARVO - Document Conversion Utilities (A.01.00)\n"
-                          "usage: tarvo [options] [pcl-file ...]\noutput options:\n -p ", 0),
-              0u)
-        << r.err;
-    EXPECT_NE(r.err.find(" -V       output version and exit\n\nThe tarvo utility converts"),
-              std::string::npos);
+    for (char const* word : {"-help", "--help"}) {
+        RunResult r = run_tarvo({word});
+        EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{0, std::string()}));
+        EXPECT_EQ(r.out.rfind("\nZENTHORAX TARVO - Document Conversion Utilities (" TARVO_FAMILY_VERSION ")\n"
+                              "usage: tarvo [options] [pcl-file ...]\noutput options:\n -p ", 0),
+                  0u)
+            << r.out;
+        EXPECT_NE(r.out.find(" -V       output version and exit\n\nThe tarvo utility converts"),
+                  std::string::npos);
+    }
+    RunResult r;
 
     TempDir dir;
     auto env = isolated(dir);
@@ -50,8 +61,46 @@ TEST(Driver, VersionHelpAndUsage)
         EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{2, kUsage}));
     }
 
-    // Without file arguments standard input is read once.
+    // Without file arguments standard input is read once; "-" names it
+    // among files and gives no title.
     EXPECT_EQ(run_tarvo({"-a"}, "\x0e", dir.path(), env).out, "<SO> -> Secondary font\n");
+    std::string const file = dir.write("job.pcl", "\x0f");
+    r = run_tarvo({"-a", "-", file}, "\x0e", dir.path(), env);
+    EXPECT_EQ((std::pair{r.status, r.out}),
+              (std::pair{0, "processing file -\n<SO> -> Secondary font\nprocessing file " + file +
+                                "\n<SI> -> Primary font\n"}));
+    r = run_tarvo({"-s", "-", "-t", "T"}, "text", dir.path(), env);
+    EXPECT_NE(r.out.find("%%Title: T\n"), std::string::npos);
+    r = run_tarvo({"-s", "-"}, "text", dir.path(), env);
+    EXPECT_EQ(r.out.find("%%Title: -"), std::string::npos);
+    EXPECT_NE(r.out.find("(text)"), std::string::npos) << r.out;
+}
+
+TEST(Driver, PrintingNeedsADevice)
+{
+    // -g without a configured device would open a display: refused before
+    // Ghostscript starts.
+    TempDir dir;
+    auto env = isolated(dir);
+    env.insert(env.end(), {"GS_DEVICE", "GS_OPTIONS"});
+    std::string const gs = dir.write("gs.sh", "#!/bin/sh\ncat >/dev/null\necho ran\n");
+    ASSERT_EQ(chmod(gs.c_str(), 0755), 0);
+    std::string const config = "config:gs=" + gs;
+    RunResult r = run_tarvo({"-g", "-C", config}, "text", {}, env);
+    EXPECT_EQ((std::array{std::to_string(r.status), r.out, r.err}),
+              (std::array<std::string, 3>{
+                  "1", "", "tarvo: -g needs an output device: give -sDEVICE=... in GS.PRINT.OPT, GS.OPT or -G\n"}));
+    for (auto const& named : std::vector<std::vector<std::string>>{
+             {"-G", "-sDEVICE=ljet4"},
+             {"-C", "config:gs.print.opt=-r600 -sDEVICE=pxlmono"},
+             {"-C", "config:gs.opt=-dNODISPLAY"}}) {
+        auto args = named;
+        args.insert(args.end(), {"-g", "-C", config});
+        r = run_tarvo(args, "text", {}, env);
+        EXPECT_EQ((std::pair{r.status, r.out}), (std::pair{0, std::string("ran\n")})) << named.back();
+    }
+    env.push_back("GS_DEVICE=ljet4");
+    EXPECT_EQ(run_tarvo({"-g", "-C", config}, "text", {}, env).status, 0);
 }
 
 TEST(Driver, ConfigurationLookup)
@@ -149,7 +198,7 @@ TEST(Driver, ExitStatusOfTheInterpreter)
         std::string err;
     } const cases[] = {
         {{"-p", "-C", "config:gs=" + failing}, "text", 1, "tarvo: ghostscript returned exit status 3\n"},
-        {{"-g", "-C", "config:gs=" + killed}, "text", 1, "tarvo: ghostscript returned exit status 265\n"},
+        {{"-g", "-G", "-sDEVICE=x", "-C", "config:gs=" + killed}, "text", 1, "tarvo: ghostscript returned exit status 265\n"},
         // Nothing drawn: the command is shown but never started.
         {{"-g", "-a", "-C", "config:gs=" + failing}, "text", 0,
          "\"" + failing + "\" -q -dNOPAUSE -dBATCH -dSAFER -sOutputFile=\"-\" -_\n"},

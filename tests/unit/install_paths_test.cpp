@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "common/install_paths.h"
+#include "install_config.h"
 #include "test_support.h"
 
 namespace {
@@ -24,8 +25,10 @@ TEST_F(InstallPaths, DefaultsVariablesAndSuffixes)
 {
     setenv("ZENTHORAX", "", 1);  // empty counts as unset
     setenv("ZENTHORAX_ETC", "", 1);
-    EXPECT_STREQ(zx_lib_path(), "/opt/zenthorax/8.4/lib");
-    EXPECT_STREQ(zx_config_path(), "/etc/opt/zenthorax/8.4");
+    // The defaults are the configured install directories.
+    EXPECT_EQ(std::string(zx_lib_path()), TARVO_INSTALL_PREFIX "/lib");
+    EXPECT_STREQ(zx_config_path(), TARVO_INSTALL_SYSCONFDIR);
+    EXPECT_STREQ(zx_tmp_path(), TARVO_INSTALL_LOCALSTATEDIR);
 
     setenv("ZENTHORAX", "/srv/zx/", 1);
     EXPECT_STREQ(zx_terminfo_path(), "/srv/zx//share/terminfo");

@@ -19,6 +19,7 @@
 #include "pcl/ps/text_emitter.h"
 #include "pcl/ps/writer.h"
 #include "run_mode.h"
+#include "version.h"
 
 int ps_mode;
 int ps_page_counter;
@@ -277,7 +278,7 @@ void ps_init()
            "%%DocumentFonts: (atend)\n");
     if (!compat_legacy())
         ps_put("%%DocumentMedia: (atend)\n");
-    ps_put("%%Creator: tarvo A.01.00.00\n");
+    ps_put("%%Creator: tarvo " TARVO_VERSION "\n");
     if (date[0]) {
         ps_put("%%CreationDate: ");
         ps_put(date);

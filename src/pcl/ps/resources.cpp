@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -73,11 +74,35 @@ void copy_resource(FILE* in)
     ps_put_rest_of(in);
 }
 
+// Whether `path` can be opened for reading; reports it with `what` when not.
+bool readable(std::string const& path, char const* what)
+{
+    if (path.size() > kMaxResourcePath) {
+        errno = ENAMETOOLONG;
+    } else if (FilePtr in{std::fopen(path.c_str(), "rb")}) {
+        return true;
+    }
+    std::fprintf(stderr, "%s: %s: %s: %s\n", progname, what, path.c_str(), std::strerror(errno));
+    return false;
+}
+
 }  // namespace
 
 std::string ps_icc_profile_path()
 {
     return resource_dir() + "/sRGB.icc";
+}
+
+bool ps_resources_present(int pdf_level)
+{
+    if (pdf_level >= 2 && !config_get_option("CONFIG", "PS.PDFA_DEF", nullptr) &&
+        !readable(ps_icc_profile_path(), "PDF/A needs the sRGB profile"))
+        return false;
+    char const* barcode = config_get_option("CONFIG", "BARCODE", nullptr);
+    if (barcode && std::strtol(barcode, nullptr, 10) != 0 &&
+        !readable(resource_dir() + "/barcode.ps", "barcodes need the barcode library"))
+        return false;
+    return true;
 }
 
 void ps_include_resource(char const* name)
