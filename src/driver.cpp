@@ -157,7 +157,10 @@ bool output_is_input(char const* out, char** inputs, int count, char const* mark
         return st.st_dev == target.st_dev && st.st_ino == target.st_ino;
     };
     struct stat st;
-    if (count == 0 && fstat(STDIN_FILENO, &st) == 0 && same(st))
+    bool reads_stdin = count == 0;  // also when "-" is among the files
+    for (int i = 0; i < count; ++i)
+        reads_stdin = reads_stdin || std::strcmp(inputs[i], "-") == 0;
+    if (reads_stdin && fstat(STDIN_FILENO, &st) == 0 && same(st))
         return true;
     for (int i = 0; i < count; ++i)
         if (stat(inputs[i], &st) == 0 && same(st))
