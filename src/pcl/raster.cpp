@@ -279,10 +279,23 @@ bool row_has_ink()
 }
 
 // Hands the completed row to the output and moves the cursor down.
+// A vertical cursor move between rows (the rows advance along y) moves the
+// rest of the image with it, as on a printer: the block's corner follows.
+void follow_cursor()
+{
+    int32_t const expected_y = sat32(block.y0 + block.rows * block.row_dy);
+    if (block.row_dx != 0 || env.cur_y == expected_y)
+        return;
+    block.y0 = sat32(std::max<int64_t>(0, env.cur_y) - block.rows * block.row_dy);
+    block.image.y = block.y0;
+    ps_raster_begin(block.image);
+}
+
 void emit_row()
 {
     if (settings.height > 0 && block.rows >= settings.height)
         return;
+    follow_cursor();
     if (block.image.width > 0 && row_on_page(block.rows)) {
         compose_row();
         if (row_has_ink()) {
@@ -296,6 +309,7 @@ void emit_row()
 
 void skip_rows(int64_t n)
 {
+    follow_cursor();
     if (settings.height > 0)
         n = std::min<int64_t>(n, std::max<int64_t>(0, settings.height - block.rows));
     block.rows += n;
