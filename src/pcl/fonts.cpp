@@ -117,7 +117,8 @@ void pcl_font_size(double value)
         return;
     }
     int const i = addressed_index();
-    font[i].point_size = value;
+    // PCL's point sizes are 0.25 to 999.75.
+    font[i].point_size = std::clamp(value, 0.25, 999.75);
     if (verbose >= 2)
         std::printf("font_size [%d]: %g\n", fontind, value);
     if (font[i].spacing != 0) {

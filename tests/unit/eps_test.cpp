@@ -68,6 +68,17 @@ TEST_F(EpsTest, InBandPlacementFollowsTheLastBoxComment)
                              "currentpoint 0 sub translate\n%!PS\nx\nrestore\n% --END EPS FILE\n");
 }
 
+// Boxes near the limits of a double give numbers any interpreter takes.
+TEST_F(EpsTest, HugeBoxesGiveBoundedNumbers)
+{
+    std::string p = eps("%!PS\n%%BoundingBox: -1e308 -1e308 1e308 1e308\nx\n");
+    EXPECT_EQ(inband(p), "% --BEGIN EPS FILE " + p + "\n" + SAVE + "currentpoint 1e+07 sub translate\n" +
+                             "%!PS\nx\nrestore\ncurrentpoint exch 1e+07 add exch moveto\n% --END EPS FILE\n");
+    p = eps("%!PS\n%%BoundingBox: 1e308 1e308 1e308 1e308\nx\n");
+    EXPECT_NE(overlay(p, 0, 0, 0, 2).find("-1e+07 -1e+07 translate\n"), std::string::npos);
+    EXPECT_NE(overlay(p, 0, 0, 0, 1).find("-1e+07 -1e+07 translate\n"), std::string::npos);
+}
+
 TEST_F(EpsTest, InvalidAndMissingFilesGiveOnlyMarkers)
 {
     std::string const invalid = "% --invalid EPS header\n% --END EPS FILE\n";
@@ -78,12 +89,17 @@ TEST_F(EpsTest, InvalidAndMissingFilesGiveOnlyMarkers)
         EXPECT_EQ(inband(p), "% --BEGIN EPS FILE " + p + "\n" + invalid);
         EXPECT_EQ(overlay(p, 0, 0, 0, 0), "% --BEGIN EPS FILE " + p + "\n" + invalid);
     }
+    // A missing file is reported once, however often it is asked for.
     std::string m = dir.path() + "/missing.eps";
     OutputCapture out;
-    ps_eps_file(m.c_str());
-    ps_include_file(m.c_str());
+    EXPECT_EQ(capture_stderr([&] {
+                  ps_eps_file(m.c_str());
+                  ps_include_file(m.c_str());
+                  ps_include_eps_file(0, 0, m.c_str(), 0, 0);
+              }),
+              "tarvo: " + m + ": No such file or directory\n");
     EXPECT_EQ(out.str(), "% --BEGIN EPS FILE " + m + "\n% --END EPS FILE\n% --BEGIN PS FILE " + m +
-                             "\n% --END PS FILE\n");
+                             "\n% --END PS FILE\n% --BEGIN EPS FILE " + m + "\n% --END EPS FILE\n");
 }
 
 TEST_F(EpsTest, DosSectionCopiedByLengthOrByLines)

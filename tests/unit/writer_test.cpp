@@ -2,6 +2,7 @@
 // the buffer that reaches the stream only when flushed, and the first write
 // error kept for the caller.
 #include <cerrno>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <limits>
@@ -55,13 +56,18 @@ TEST(Writer, NumbersAsPrintfG)
     }
     std::string expected, got;
     for (double v : values) {
-        expected += printf_g(v) + "\n";
+        expected += printf_g(ps_bounded(v)) + "\n";
         ps_put_num(v);
         ps_put('\n');
     }
     got = out.str();
     EXPECT_EQ(got, expected);
-    EXPECT_EQ(written_num(out, std::nan("")), printf_g(std::nan("")));
+    // What no interpreter would take is held to the limits.
+    EXPECT_EQ(written_num(out, std::nan("")), "0");
+    EXPECT_EQ(written_num(out, -std::numeric_limits<double>::infinity()), "-1e+07");
+    EXPECT_EQ(written_num(out, 1e308), "1e+07");
+    EXPECT_EQ((std::array{ps_point_size(0), ps_point_size(std::nan("")), ps_point_size(1e308), ps_point_size(12)}),
+              (std::array{0.25, 0.25, 999.75, 12.0}));
 }
 
 TEST(Writer, Primitives)

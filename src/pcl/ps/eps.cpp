@@ -1,16 +1,36 @@
 #include "pcl/ps/eps.h"
 
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <string>
+#include <unordered_set>
 
 #include "common/file_ptr.h"
 #include "pcl/ps/document.h"
 #include "pcl/ps/writer.h"
+#include "run_mode.h"
 
 namespace {
+
+// Opens a file to be included. One that cannot be opened is reported on
+// standard error the first time its name comes up (an overlay is drawn on
+// every page), and the document goes on without it.
+FilePtr open_included(char const* path)
+{
+    static std::unordered_set<std::string> reported;
+    FilePtr f{std::fopen(path, "rb")};
+    if (!f) {
+        int const err = errno;
+        if (reported.insert(path).second)
+            std::fprintf(stderr, "%s: %s: %s\n", progname, path, std::strerror(err));
+    }
+    return f;
+}
 
 constexpr unsigned char DOS_EPS_SIGNATURE[4] = {0xC5, 0xD0, 0xD3, 0xC6};
 constexpr size_t DOS_EPS_HEADER_SIZE = 32;
@@ -242,7 +262,7 @@ void ps_include_file(char const* path)
     ps_put("% --BEGIN PS FILE ");
     ps_put(path);
     ps_put('\n');
-    if (FilePtr f{std::fopen(path, "rb")})
+    if (FilePtr f = open_included(path))
         ps_put_rest_of(f.get());
     ps_put("% --END PS FILE\n");
 }
@@ -252,7 +272,7 @@ void ps_eps_file(char const* path)
     if (!ps_ensure_output() || !ps_out_ready())
         return;
     begin_eps(path);
-    if (FilePtr f{std::fopen(path, "rb")}) {
+    if (FilePtr f = open_included(path)) {
         int count = 0;
         double box[4] = {0, 0, 0, 0};
         eps_info info;
@@ -278,7 +298,7 @@ void ps_include_eps_file(double x, double y, char const* path, int scale, int al
     if (!ps_out_ready())
         return;
     begin_eps(path);
-    FilePtr f{std::fopen(path, "rb")};
+    FilePtr f = open_included(path);
     int count = 0;
     double box[4] = {0, 0, 0, 0};
     eps_info info;

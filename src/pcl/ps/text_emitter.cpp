@@ -90,6 +90,8 @@ void select_font()
         else
             size = f.point_size;
     }
+    // An extreme pitch or configured width gives no usable size.
+    size = ps_point_size(size);
 
     ps_endemit();
     std::string const font_name(name);

@@ -112,6 +112,7 @@ char* format_plain(double a, char* p)
 // Writes "%g" of v at p (room for 32 bytes); returns the end.
 inline char* format_g(double v, char* p)
 {
+    v = ps_bounded(v);
     double const a = std::fabs(v);
     if (a >= 1e-4 && a < 999999.5) {
         char* q = p;

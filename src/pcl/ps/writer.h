@@ -17,6 +17,29 @@ constexpr double ps_points(int64_t units)
     return static_cast<double>(units) * 72.0 / 72000.0;
 }
 
+// Every number written is finite and at most this large in magnitude, so
+// that any PostScript interpreter takes it (a NaN is written as 0). No real
+// page comes near: the page model's own coordinates stay below 2.2e6 points.
+inline constexpr double kPsNumberLimit = 1e7;
+
+constexpr double ps_bounded(double v)
+{
+    if (v != v)
+        return 0.0;
+    return v > kPsNumberLimit ? kPsNumberLimit : v < -kPsNumberLimit ? -kPsNumberLimit : v;
+}
+
+// Font sizes are held to the point sizes PCL allows.
+inline constexpr double kPsMinPointSize = 0.25;
+inline constexpr double kPsMaxPointSize = 999.75;
+
+constexpr double ps_point_size(double v)
+{
+    if (!(v >= kPsMinPointSize))
+        return kPsMinPointSize;
+    return v > kPsMaxPointSize ? kPsMaxPointSize : v;
+}
+
 // Whether there is an output stream to write to (the Ghostscript pipe is
 // opened only when the document starts).
 bool ps_out_ready();
@@ -84,7 +107,8 @@ inline void ps_put(char c)
 void ps_put_int(long long v);
 
 // A number as C's "%g" writes it (six significant digits, no trailing
-// zeros), whatever the locale.
+// zeros), whatever the locale; held to the range of ps_bounded first (so are
+// the numbers of every primitive below).
 void ps_put_num(double v);
 
 // Numbers separated by blanks.
