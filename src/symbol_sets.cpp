@@ -4,6 +4,7 @@
 
 #include "symbol_sets.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 
@@ -63,6 +64,15 @@ int lookup(uint16_t const (&table)[256], int ch)
     return v == HOLE ? unmapped(ch) : v;
 }
 
+// The published table of a further set, or null.
+symset_table const* find_table(int code)
+{
+    symset_table const* end = symset_tables + symset_table_count;
+    symset_table const* it =
+        std::lower_bound(symset_tables, end, code, [](symset_table const& t, int c) { return t.code < c; });
+    return it != end && it->code == code ? it : nullptr;
+}
+
 }  // namespace
 
 int cv_symset_supported(int code)
@@ -74,16 +84,29 @@ int cv_symset_supported(int code)
     case SS_19M: case SS_19U:
         return 1;
     default:
-        return 0;
+        // The earlier rendering knows only the sets above.
+        return !compat_legacy() && find_table(code) ? 1 : 0;
     }
 }
 
 void pcl_symset(int code, int which)
 {
     if (!cv_symset_supported(code)) {
-        if (verbose >= 2)
-            std::printf("Unknown: symset %d\n", code);
-        return;
+        if (compat_legacy()) {
+            // The earlier rendering keeps the previous set.
+            if (verbose >= 2)
+                std::printf("Unknown: symset %d\n", code);
+            return;
+        }
+        // A set without a table prints in the default set, as a printer
+        // falls back to its default symbol set.
+        if (verbose) {
+            if (code >= 0 && code % 32 >= 1 && code % 32 <= 26)
+                std::printf("symset %d%c unknown\n", code / 32, static_cast<char>(code % 32 + 64));
+            else
+                std::printf("symset %d unknown\n", code);
+        }
+        code = default_font[which == 1 ? 1 : 0].symset;
     }
     if (which != 0 && which != 1)
         return;
@@ -136,6 +159,8 @@ int cv_symset(int code, int ch)
     case SS_14L:
         return map_zdingbat[ch];
     default:
+        if (symset_table const* t = find_table(code))
+            return lookup(t->map, ch);
         return invalid(ch);
     }
 }

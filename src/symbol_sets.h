@@ -25,3 +25,12 @@ extern uint16_t const map_roman8[256];
 extern uint16_t const map_math[256];
 extern uint16_t const map_zdingbat[256];
 extern uint16_t const map_ldraw[96];
+
+// The further published sets, in ascending order of code.
+struct symset_table {
+    int32_t code;
+    char const* id;
+    uint16_t map[256];
+};
+extern symset_table const symset_tables[];
+extern int const symset_table_count;

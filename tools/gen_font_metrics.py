@@ -13,6 +13,11 @@ Each font gets two width tables, in 1/1000 of the point size:
 0xFFFF marks a code or name the font lacks. A font is listed under its
 standard name and under the name of the file that stands in for it.
 
+It also lists substitutes: for characters the fonts may lack, a close
+character they have (heavy and mixed box-drawing lines by their light form,
+block fractions by the half block, a few signs by their look-alikes), taken
+from the Unicode character names.
+
     gen_font_metrics.py            rewrite the C++ file
     gen_font_metrics.py --check    exit 1 if the committed file is stale
                                    (77 when the AFM files are not installed)
@@ -22,6 +27,7 @@ standard name and under the name of the file that stands in for it.
 import argparse
 import os
 import sys
+import unicodedata
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 DEFAULT_OUTPUT = os.path.join(ROOT, "src", "pcl", "font_metrics_tables.cpp")
@@ -101,6 +107,40 @@ def latin1_vector():
     return vec
 
 
+# Look-alikes of a few signs of the symbol sets.
+SIGN_SUBSTITUTES = {
+    0x02BC: 0x2019, 0x02BD: 0x2018, 0x2035: 0x0060, 0x2218: 0x00B0,
+    0x2243: 0x2245, 0x22EF: 0x2026,
+}
+LIGHT_BOX = {
+    frozenset("UDLR"): 0x253C, frozenset("UDR"): 0x251C, frozenset("UDL"): 0x2524,
+    frozenset("DLR"): 0x252C, frozenset("ULR"): 0x2534, frozenset("DR"): 0x250C,
+    frozenset("DL"): 0x2510, frozenset("UR"): 0x2514, frozenset("UL"): 0x2518,
+    frozenset("UD"): 0x2502, frozenset("LR"): 0x2500, frozenset("U"): 0x2502,
+    frozenset("D"): 0x2502, frozenset("L"): 0x2500, frozenset("R"): 0x2500,
+}
+ARMS = {"UP": "U", "DOWN": "D", "LEFT": "L", "RIGHT": "R", "VERTICAL": "UD", "HORIZONTAL": "LR"}
+
+
+def substitutes():
+    """{code point: substitute} for the box drawing and block elements and
+    the signs above."""
+    out = dict(SIGN_SUBSTITUTES)
+    for cp in range(0x2500, 0x25A0):
+        words = unicodedata.name(chr(cp), "").split()
+        double_line = "DOUBLE" in words and "DASH" not in words
+        if words[:2] == ["BOX", "DRAWINGS"] and not double_line and "DIAGONAL" not in words:
+            arms = frozenset("".join(ARMS.get(w, "") for w in words))
+            target = LIGHT_BOX.get(arms)
+        elif words[-1:] == ["BLOCK"] and len(words) > 1:
+            target = {"LOWER": 0x2584, "UPPER": 0x2580, "LEFT": 0x258C, "RIGHT": 0x2590}.get(words[0])
+        else:
+            target = None
+        if target and target != cp:
+            out[cp] = target
+    return out
+
+
 def read_afm(path):
     """Returns ({code: width}, {name: width}) of the AFM's character metrics."""
     by_code, by_name = {}, {}
@@ -177,6 +217,12 @@ def generate():
     out += ["    {%s, codes_%d, names_%d}," % (c_string(n), i, i) for n, i in entries]
     out.append("};")
     out.append("int const afm_font_count = %d;" % len(entries))
+    out.append("")
+    subs = substitutes()
+    out.append("glyph_substitute const glyph_substitutes[] = {")
+    out += ["    {0x%04X, 0x%04X}," % (c, subs[c]) for c in sorted(subs)]
+    out.append("};")
+    out.append("int const glyph_substitute_count = %d;" % len(subs))
     return "\n".join(out) + "\n"
 
 

@@ -4,7 +4,10 @@ of the PCL symbol sets.
 
 The ISO 8859 and IBM/Windows code-page tables come from Python's codec
 tables; the tables of the printer-specific sets (Roman-8, Math-8, the
-dingbat set and line drawing) are held below as data.
+dingbat set and line drawing) are held below as data. Every further set of
+the published tables in tools/data/pcl-symbol-sets.tsv becomes one entry of
+`symset_tables`: codes a set leaves undefined are control codes below 0x20
+and from 0x7F to 0xA0 (mapped to themselves), holes (0xFFFF) elsewhere.
 
     gen_symbol_set_tables.py            rewrite the C++ file
     gen_symbol_set_tables.py --check    exit 1 if the committed file is stale
@@ -18,6 +21,12 @@ import sys
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 DEFAULT_OUTPUT = os.path.join(ROOT, "src", "symbol_set_tables.cpp")
+PUBLISHED = os.path.join(ROOT, "tools", "data", "pcl-symbol-sets.tsv")
+
+# The sets with a table of their own above; the published tables of these
+# are not used (their mappings stay as they are).
+OWN_TABLES = {"0B", "0L", "0N", "2N", "3N", "4N", "4U", "5M", "5N", "8U", "9N", "9U",
+              "10U", "11U", "12U", "14L", "18N", "19M", "19U"}
 
 NOT_MAPPED = 0xFFFF
 
@@ -189,6 +198,32 @@ def tables():
     ]
 
 
+def symset_code(ident):
+    number, letter = ident[:-1], ident[-1]
+    return int(number) * 32 + ord(letter) - 64
+
+
+def published():
+    """[(code, id, table)] of the published sets without a table of their
+    own, in ascending order of code."""
+    sets = {}
+    with open(PUBLISHED, encoding="utf-8") as f:
+        for line in f:
+            if line.startswith("#") or line.startswith("id\t") or not line.strip():
+                continue
+            ident, code, value = line.split()
+            sets.setdefault(ident, {})[int(code, 16)] = int(value, 16)
+    out = []
+    for ident, mapping in sets.items():
+        if ident in OWN_TABLES:
+            continue
+        table = [c if c < 0x20 or 0x7F <= c <= 0xA0 else NOT_MAPPED for c in range(256)]
+        for code, value in mapping.items():
+            table[code] = value
+        out.append((symset_code(ident), ident, table))
+    return sorted(out)
+
+
 def render():
     out = [
         "// Character-conversion tables of the PCL symbol sets: character code ->",
@@ -210,6 +245,18 @@ def render():
             out.append("    %s,  // %02X" % (cells, row + (0x20 if name == "map_ldraw" else 0)))
         out.append("};")
         out.append("")
+    extra = published()
+    out.append("// The published sets without a table above, by code; holes hold 0xFFFF.")
+    out.append("symset_table const symset_tables[%d] = {" % len(extra))
+    for code, ident, table in extra:
+        out.append("    {%d, \"%s\", {" % (code, ident))
+        for row in range(0, 256, 8):
+            cells = ", ".join("0x%04X" % v for v in table[row:row + 8])
+            out.append("        %s,  // %02X" % (cells, row))
+        out.append("    }},")
+    out.append("};")
+    out.append("int const symset_table_count = %d;" % len(extra))
+    out.append("")
     return "\n".join(out)
 
 

@@ -95,10 +95,22 @@ int afm_width(afm_font const& metrics, unsigned code, int enc)
     uint16_t w = AFM_NONE;
     if (r->ps_code != 0) {
         w = metrics.by_code[r->ps_code & 0xff];
+    } else if (int other_enc = 0; r->name && ps_map_fallback(r->name, &other_enc, &code)) {
+        // A glyph of the Symbol or ZapfDingbats font at the same size.
+        if (afm_font const* other = afm_find(other_enc == ENC_SYMBOL ? "Symbol" : "ZapfDingbats"))
+            w = other->by_code[code & 0xff];
     } else if (r->name && r->name[0] != '!') {
         int const i = afm_glyph_index(r->name);
         if (i >= 0)
             w = metrics.by_name[i];
     }
     return w == AFM_NONE ? -1 : w;
+}
+
+unsigned glyph_substitute_for(unsigned code)
+{
+    glyph_substitute const* end = glyph_substitutes + glyph_substitute_count;
+    glyph_substitute const* it = std::lower_bound(
+        glyph_substitutes, end, code, [](glyph_substitute const& g, unsigned c) { return g.code < c; });
+    return it != end && it->code == code ? it->substitute : 0;
 }

@@ -34,6 +34,16 @@ extern int const afm_glyph_count;
 extern afm_font const afm_fonts[];  // sorted by name
 extern int const afm_font_count;
 
+// A character and a close one to print in its place where a font lacks it.
+struct glyph_substitute {
+    uint16_t code;
+    uint16_t substitute;
+};
+extern glyph_substitute const glyph_substitutes[];  // ascending by code
+extern int const glyph_substitute_count;
+// The substitute of a code point, or 0.
+unsigned glyph_substitute_for(unsigned code);
+
 // The PostScript font and encoding for a PCL font: Symbol for the math
 // sets, ZapfDingbats for the dingbat set, otherwise the configured [tfN]
 // font or the standard font of the typeface's class.

@@ -6,8 +6,19 @@
 // record, so a `next` of 0 ends a chain. The tables live in glyph_tables.cpp.
 #include "pcl/glyph_map.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <iterator>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "pcl/environment.h"
+#include "pcl/font_metrics.h"
+#include "symbol_sets.h"
 
 #include "run_mode.h"
 
@@ -69,14 +80,170 @@ void ps_map_add(unsigned code, unsigned ps_code, char const* name, int enc)
     fill(ps_map[ps_map_next++], code, ps_code, name, enc);
 }
 
+namespace {
+
+// Fragments that show one glyph of the Symbol font ([0]) or the
+// ZapfDingbats font ([1]) at the size of the current text font (XF of the
+// prolog), by code: "!(\ooo)/Symbol XF".
+char fallback_text[2][256][28];
+
+// Names and fragments made while the map is built; a deque keeps the
+// strings in place.
+std::deque<std::string> made_names;
+
+char const* keep(std::string text)
+{
+    made_names.push_back(std::move(text));
+    return made_names.back().c_str();
+}
+
+bool carried(char const* name, afm_font const& font)
+{
+    int const i = afm_glyph_index(name);
+    return i >= 0 && font.by_name[i] != AFM_NONE;
+}
+
+// Where the text fonts lack the glyph of a code point (named `name` in the
+// glyph list, or null): another name they carry for it ("uniXXXX", or the
+// comma-accent name of a cedilla letter), else the Symbol or ZapfDingbats
+// glyph of the code point, else null.
+char const* text_font_stand_in(unsigned code, char const* name, afm_font const& text)
+{
+    char uni[8];
+    std::snprintf(uni, sizeof uni, "uni%04X", code & 0xffff);
+    if (carried(uni, text))
+        return keep(uni);
+    if (name) {
+        std::string alias(name);
+        size_t const at = alias.find("cedilla");
+        if (at != std::string::npos && at > 0) {
+            alias.replace(at, 7, "commaaccent");
+            if (carried(alias.c_str(), text))
+                return keep(alias);
+        }
+    }
+    encoding_row const* tables[2] = {ps_encoding_symbol, ps_encoding_zdingbat};
+    char const* fonts[2] = {"Symbol", "ZapfDingbats"};
+    for (int f = 0; f < 2; ++f) {
+        for (encoding_row const* e = tables[f]; e->code; ++e) {
+            if (e->code != code)
+                continue;
+            char* t = fallback_text[f][e->ps_code & 0xff];
+            std::snprintf(t, sizeof fallback_text[f][0], "!(\\%03o)/%s XF", e->ps_code & 0xffu, fonts[f]);
+            return t;
+        }
+    }
+    return nullptr;
+}
+
+// The map of the earlier rendering, extended: glyphs the text fonts lack
+// are shown by a name they carry or from the Symbol or ZapfDingbats font,
+// and so are the code points of the symbol sets that the glyph list lacks;
+// characters of the math and dingbat sets that the Symbol and ZapfDingbats
+// fonts lack are shown from the text font (XF of the prolog).
+void init_with_stand_ins()
+{
+    afm_font const& text = *afm_find("Times-Roman");
+    // Characters without a glyph or stand-in of their own take their
+    // substitute's once every other row is in.
+    std::vector<std::pair<unsigned, char const*>> later;
+    for (glyph_row const* g = ps_glyph_list; g->code; ++g) {
+        char const* name = g->name;
+        bool const by_code = (g->code >= 0x20 && g->code <= 0x7e) || (g->code >= 0xa1 && g->code <= 0xff);
+        if (!by_code && !carried(name, text)) {
+            char const* stand_in = text_font_stand_in(g->code, name, text);
+            if (!stand_in && glyph_substitute_for(g->code)) {
+                later.emplace_back(g->code, name);
+                continue;
+            }
+            if (stand_in)
+                name = stand_in;
+        }
+        ps_map_add(g->code, 0, name, 0);
+    }
+    static bool seen[0x10000];
+    std::fill(std::begin(seen), std::end(seen), false);
+    for (glyph_row const* g = ps_glyph_list; g->code; ++g)
+        seen[g->code] = true;
+    auto add = [&](unsigned code) {
+        if (code <= 0x20 || (code >= 0x7f && code <= 0xa0) || code == 0xffff || seen[code])
+            return;
+        seen[code] = true;
+        if (char const* stand_in = text_font_stand_in(code, nullptr, text))
+            ps_map_add(code, 0, stand_in, 0);
+        else if (glyph_substitute_for(code))
+            later.emplace_back(code, nullptr);
+    };
+    for (symset_table const* t = symset_tables; t != symset_tables + symset_table_count; ++t)
+        for (uint16_t code : t->map)
+            add(code);
+    for (uint16_t const* m : {map_8859_2, map_8859_3, map_8859_4, map_8859_5, map_8859_15, map_cp1252,
+                              map_cp437, map_cp437n, map_cp850, map_roman8})
+        for (int b = 0; b < 256; ++b)
+            add(m[b]);
+    for (uint16_t code : map_ldraw)
+        add(code);
+    for (auto const& [code, name] : later) {
+        if (map_record const* r = ps_map_find(glyph_substitute_for(code), 0))
+            ps_map_add(code, r->ps_code, r->name, 0);
+        else if (name)
+            ps_map_add(code, 0, name, 0);
+    }
+}
+
+// After the Symbol and ZapfDingbats rows: the characters of the math and
+// dingbat sets that those fonts lack, from the text font.
+void add_text_stand_ins(int enc, uint16_t const (&table)[256])
+{
+    afm_font const& text = *afm_find("Times-Roman");
+    for (int b = 0x20; b < 256; ++b) {
+        // A hole prints as the inverted question mark.
+        unsigned const code = table[b] == 0xffff ? 0xbf : table[b];
+        if ((code >= 0x7f && code <= 0xa0) || ps_map_find(code, enc))
+            continue;
+        unsigned const substitute = glyph_substitute_for(code);
+        if (map_record const* same = substitute ? ps_map_find(substitute, enc) : nullptr) {
+            ps_map_add(code, same->ps_code, nullptr, enc);
+            continue;
+        }
+        map_record const* r = ps_map_find(code, 0);
+        if (!r || !r->name || r->name[0] == '!' || !carried(r->name, text))
+            continue;
+        ps_map_add(code, 0, keep(std::string("!/") + r->name + " /Times-Roman XF"), enc);
+    }
+}
+
+}  // namespace
+
+bool ps_map_fallback(char const* name, int* enc, unsigned* code)
+{
+    char const* const first = &fallback_text[0][0][0];
+    if (name < first || name >= first + sizeof fallback_text)
+        return false;
+    size_t const offset = static_cast<size_t>(name - first);
+    *enc = static_cast<int>(offset / sizeof fallback_text[0]) + 1;
+    *code = static_cast<unsigned>(offset % sizeof fallback_text[0] / sizeof fallback_text[0][0]);
+    return true;
+}
+
 void ps_map_init()
 {
-    for (glyph_row const* g = ps_glyph_list; g->code; ++g)
-        ps_map_add(g->code, 0, g->name, 0);
+    bool const stand_ins = !compat_legacy();
+    if (stand_ins) {
+        made_names.clear();
+        init_with_stand_ins();
+    } else {
+        for (glyph_row const* g = ps_glyph_list; g->code; ++g)
+            ps_map_add(g->code, 0, g->name, 0);
+    }
     for (encoding_row const* e = ps_encoding_symbol; e->code; ++e)
         ps_map_add(e->code, e->ps_code, nullptr, 1);
     for (encoding_row const* e = ps_encoding_zdingbat; e->code; ++e)
         ps_map_add(e->code, e->ps_code, nullptr, 2);
+    if (stand_ins) {
+        add_text_stand_ins(1, map_math);
+        add_text_stand_ins(2, map_zdingbat);
+    }
 }
 
 map_record const* ps_map_find(unsigned code, int enc)

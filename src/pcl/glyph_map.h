@@ -36,6 +36,10 @@ extern encoding_row const ps_encoding_symbol[];
 extern encoding_row const ps_encoding_zdingbat[];
 
 void ps_map_init();
+// For a name the map returned: whether it stands for a glyph of the Symbol
+// (enc 1) or ZapfDingbats (enc 2) font shown in place of one the text fonts
+// lack, and that glyph's code.
+bool ps_map_fallback(char const* name, int* enc, unsigned* code);
 void ps_map_add(unsigned code, unsigned ps_code, char const* name, int enc);
 char const* ps_map_lookup(unsigned code, int enc, unsigned* ps_code);
 // The record ps_map_lookup answers from, or null (no analysis message).

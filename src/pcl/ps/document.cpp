@@ -128,11 +128,15 @@ constexpr char kProlog[] = R"PS(
 // curly quotes there, which text extraction reads as other characters).
 // SF selects a text font by base name, Latin-1 name and size, re-encoding
 // it first unless the Latin-1 copy is already defined, so that each page
-// stands on its own when pages are extracted or reordered.
+// stands on its own when pages are extracted or reordered. XF shows a
+// string or a named glyph in another font at the current font's size, for
+// glyphs the current font lacks.
 constexpr char kTextFontProlog[] = R"PS(/L1E ISOLatin1Encoding dup length array copy
 dup 16#2D /hyphen put dup 16#27 /quotesingle put dup 16#60 /grave put def
 /SF { 1 index where { pop } { 1 index L1E 4 index reencode_font } ifelse
   exch findfont exch scalefont setfont pop } bind def
+/XF { currentfont 3 1 roll findfont currentfont /FontMatrix get 0 get 1000 mul
+  scalefont setfont dup type /stringtype eq { show } { glyphshow } ifelse setfont } bind def
 )PS";
 
 // A configured decimal integer, read like strtol but kept inside int.
