@@ -9,6 +9,8 @@
 # Usage: scripts/fuzz.sh [seconds]   (default 180)
 set -euo pipefail
 cd "$(dirname "$0")/.."
+source scripts/deps.sh
+tarvo_install_deps build fuzz
 seconds=${1:-180}
 jobs=$(nproc 2>/dev/null || echo 2)
 
