@@ -7,6 +7,8 @@
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -69,6 +71,18 @@ char const* base_name(char const* path)
     if (!slash)
         return path;
     return slash[1] ? slash + 1 : kName;
+}
+
+// The last component of a path, trailing slashes ignored ("a/b/" gives "b");
+// a path of slashes only stays as it is.
+std::string file_base_name(std::string_view path)
+{
+    size_t end = path.find_last_not_of('/');
+    if (end == std::string_view::npos)
+        return std::string(path);
+    std::string_view const trimmed = path.substr(0, end + 1);
+    size_t const slash = trimmed.rfind('/');
+    return std::string(slash == std::string_view::npos ? trimmed : trimmed.substr(slash + 1));
 }
 
 // The build date as "Mmm d yyyy": the compiler's date with the blank that
@@ -389,8 +403,13 @@ int tarvo_main(int argc, char** argv)
                     continue;
                 }
             } else {
-                if (!doc_title)
-                    doc_title = name;
+                if (!doc_title) {
+                    // Titles end up in archived documents: the file's own
+                    // name only, never the directories it was spooled in.
+                    static std::string default_title;
+                    default_title = file_base_name(name);
+                    doc_title = default_title.c_str();
+                }
                 in_owner.reset(open_input(name));
                 if (!in_owner) {
                     status = 1;

@@ -47,6 +47,10 @@ class Case(unittest.TestCase):
         return subprocess.run([BINARY] + list(args), cwd=self.dir, env=env, input=stdin,
                               capture_output=True, timeout=120)
 
+    def read(self, name):
+        with open(self.path(name), "rb") as f:
+            return f.read()
+
     def pdf_title(self, pdf):
         out = subprocess.run(["pdfinfo", "-enc", "UTF-8", pdf], capture_output=True).stdout
         for line in out.decode("utf-8").splitlines():
@@ -87,7 +91,7 @@ class GhostscriptSandbox(Case):
         out = self.path("a.pdf")
         proc = self.run_tarvo("-pp", "-o", out, self.write("job.pcl", b"Hello\f"))
         self.assertEqual(proc.returncode, 0, proc.stderr)
-        data = open(out, "rb").read()
+        data = self.read(out)
         self.assertIn(b"/GTS_PDFA1", data)
         self.assertIn(b"pdfaid:part='1'", data)
 
@@ -104,10 +108,53 @@ class OutputNames(Case):
                 proc = self.run_tarvo("-p", "-o", name, job)
                 self.assertEqual(proc.returncode, 0, proc.stderr)
                 self.assertTrue(os.path.isfile(self.path(name)), sorted(os.listdir(self.dir)))
-                self.assertEqual(open(self.path(name), "rb").read(5), b"%PDF-")
+                self.assertEqual(self.read(name)[:5], b"%PDF-")
                 self.assertFalse(os.path.exists(self.path("PIPED")))
                 self.assertFalse(os.path.exists(self.path("page1.pdf")))
                 os.remove(self.path(name))
+
+
+@unittest.skipUnless(have("gs") and have("pdfinfo"), "needs Ghostscript and pdfinfo")
+class Titles(Case):
+    """Titles from -t and from file names arrive whole in the document
+    information, run nothing, and put no line of their own into the header."""
+
+    def test_titles_in_pdf_and_pdfa(self):
+        job = self.write("job.pcl", b"Hello\f")
+        titles = {
+            "M\u00fcller": "M\u00fcller",
+            "\u0141\u00f3d\u017a": "\u0141\u00f3d\u017a",
+            ") (%pipe%touch PWNED) (w) file (": ") (%pipe%touch PWNED) (w) file (",
+            "C:\\new\\x.pcl": "C:\\new\\x.pcl",
+            "one\nshowpage": "one showpage",
+        }
+        for mode in ("-p", "-pp"):
+            for title, shown in titles.items():
+                with self.subTest(mode=mode, title=title):
+                    out = self.path("t.pdf")
+                    proc = self.run_tarvo(mode, "-t", title, "-o", out, job)
+                    self.assertEqual(proc.returncode, 0, proc.stderr)
+                    self.assertEqual(self.pdf_title(out), shown)
+                    self.assertFalse(os.path.exists(self.path("PWNED")))
+
+    def test_default_title_is_the_base_name(self):
+        os.mkdir(self.path("spool"))
+        job = self.write("spool/notes).pcl", b"Hello\f")
+        for mode in ("-p", "-pp"):
+            with self.subTest(mode=mode):
+                out = self.path("t.pdf")
+                proc = self.run_tarvo(mode, "-o", out, job)
+                self.assertEqual(proc.returncode, 0, proc.stderr)
+                self.assertEqual(self.pdf_title(out), "notes).pcl")
+        proc = self.run_tarvo("-s", job)
+        self.assertIn(b"\n%%Title: notes).pcl\n", proc.stdout)
+        self.assertNotIn(self.dir.encode(), proc.stdout)
+
+    def test_header_keeps_one_line(self):
+        job = self.write("job.pcl", b"Hello\f")
+        proc = self.run_tarvo("-s", "-t", "a\nshowpage\r%%EndComments", job)
+        self.assertEqual(proc.returncode, 0)
+        self.assertIn(b"\n%%Title: a showpage %%EndComments\n%%Orientation", proc.stdout)
 
 
 class OutputOverInput(Case):
@@ -142,15 +189,15 @@ class OutputOverInput(Case):
                     self.assertEqual(proc.returncode, 1)
                     self.assertEqual(proc.stderr.decode(),
                                      "tarvo: %s: output file is also an input file\n" % out)
-                    self.assertEqual(open(job, "rb").read(), job_data)
+                    self.assertEqual(self.read(job), job_data)
                     if how == "marks file":
-                        self.assertEqual(open(out, "rb").read(), b"% marks\n")
+                        self.assertEqual(self.read(out), b"% marks\n")
 
     def test_other_output_names_still_work(self):
         job = self.write("job.pcl", b"Hello\f")
         proc = self.run_tarvo("-s", "-o", self.path("job.ps"), job)
         self.assertEqual(proc.returncode, 0, proc.stderr)
-        self.assertTrue(open(self.path("job.ps"), "rb").read().startswith(b"%!PS-Adobe-3.0"))
+        self.assertTrue(self.read("job.ps").startswith(b"%!PS-Adobe-3.0"))
 
 
 def main():

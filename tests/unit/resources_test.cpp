@@ -101,13 +101,14 @@ TEST_F(Resources, PdfaBlockBuiltInOrReplaced)
     doc_title = "job";
     EXPECT_EQ(run_pdfa(), std::string("\n%%BeginResource: builtin_pdfa_def\n/ICCProfile (/S/sRGB.icc)\ndef\n"
                                       "[ /Title (job)\n  /DOCINFO pdfmark\n") + kPdfaTail);
-    // The profile from the share directory; nothing is escaped.
+    // The profile from the share directory; path and title are PostScript
+    // strings whatever they hold.
     config_clear();
     setenv("ZENTHORAX", "/z(1)\\", 1);
-    doc_title = "a (b) c\\d";
+    doc_title = ") (%pipe%id) (w) file (";
     std::string const out = run_pdfa();
-    EXPECT_NE(out.find("/ICCProfile (/z(1)\\/share/tarvo/ps/sRGB.icc)\n"), std::string::npos);
-    EXPECT_NE(out.find("[ /Title (a (b) c\\d)\n"), std::string::npos);
+    EXPECT_NE(out.find("/ICCProfile (/z\\(1\\)\\\\/share/tarvo/ps/sRGB.icc)\n"), std::string::npos);
+    EXPECT_NE(out.find("[ /Title (\\) \\(%pipe%id\\) \\(w\\) file \\()\n"), std::string::npos);
 
     std::string const def = dir.write("pdfa.ps", "%%Title: kept\n/custom true def\n");
     config_add_value("CONFIG", "PS.PDFA_DEF", def.c_str());

@@ -17,6 +17,7 @@
 #include "pcl/ps/raster_output.h"
 #include "pcl/ps/resources.h"
 #include "pcl/ps/text_emitter.h"
+#include "pcl/ps/title.h"
 #include "pcl/ps/writer.h"
 #include "run_mode.h"
 #include "version.h"
@@ -273,7 +274,7 @@ void ps_init()
            "%%BoundingBox: (atend)\n");
     if (doc_title) {
         ps_put("%%Title: ");
-        ps_put(doc_title);
+        ps_put(ps_dsc_title(doc_title));
         ps_put('\n');
     }
     ps_put(ps_landscape ? "%%Orientation: Landscape\n" : "%%Orientation: Portrait\n");

@@ -12,6 +12,7 @@
 #include "common/file_ptr.h"
 #include "common/install_paths.h"
 #include "config_store.h"
+#include "pcl/ps/title.h"
 #include "pcl/ps/writer.h"
 #include "run_mode.h"
 
@@ -142,18 +143,17 @@ void ps_pdfa_def()
         else
             std::perror(def);
     } else {
-        // The profile is read by Ghostscript when it runs the document. Path
-        // and title go into PostScript strings as they are.
+        // The profile is read by Ghostscript when it runs the document.
         std::string const icc = ps_icc_profile_path();
         ps_put("\n"
                "%%BeginResource: builtin_pdfa_def\n"
-               "/ICCProfile (");
-        ps_put(icc);
-        ps_put(")\n"
+               "/ICCProfile ");
+        ps_put(ps_literal_string(icc));
+        ps_put("\n"
                "def\n"
-               "[ /Title (");
-        ps_put(doc_title ? doc_title : "");
-        ps_put(")\n"
+               "[ /Title ");
+        ps_put(ps_title_string(doc_title ? doc_title : ""));
+        ps_put("\n"
                "  /DOCINFO pdfmark\n"
                "[/_objdef {icc_PDFA} /type /stream /OBJ pdfmark\n"
                "[{icc_PDFA} <<\n"
