@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string>
 
+#include "pcl/inband_files.h"
 #include "pcl/input.h"
 #include "pcl/macros.h"
 #include "pcl/ps/document.h"
@@ -129,7 +130,10 @@ void readps(unsigned count)
     ps_put('\n');
 
     std::string_view arg;
-    switch (parse_inband(line, &arg)) {
+    inband_command command = parse_inband(line, &arg);
+    if (command != inband_command::none && !inband_enabled())
+        command = inband_command::none;  // the line stays a plain comment
+    switch (command) {
     case inband_command::pos:
         ps_setpos();
         break;

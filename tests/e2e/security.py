@@ -200,6 +200,80 @@ class OutputOverInput(Case):
         self.assertTrue(self.read("job.ps").startswith(b"%!PS-Adobe-3.0"))
 
 
+def inband(*lines):
+    """A job of one text line and one verbatim block per in-band line."""
+    job = b"Hello\r\n"
+    for line in lines:
+        data = line.encode()
+        job += b"\x1b&p%dW" % len(data) + data
+    return job + b"\f"
+
+
+class InbandReads(Case):
+    """In-band commands and the marks file read regular files only, and,
+    with INBAND.PATH, only files under its directories."""
+
+    def convert(self, *args):
+        proc = self.run_tarvo("-s", *args)
+        self.assertEqual(proc.returncode, 0, proc.stderr)
+        return proc.stdout.decode(errors="replace"), proc.stderr.decode()
+
+    def test_only_regular_files(self):
+        os.mkfifo(self.path("fifo"))
+        for target in ("/dev/zero", self.path("fifo"), self.dir):
+            for command, begin, end in (("include", "% --BEGIN PS FILE ", "% --END PS FILE"),
+                                        ("eps", "% --BEGIN EPS FILE ", "% --END EPS FILE")):
+                with self.subTest(target=target, command=command):
+                    job = self.write("job.pcl", inband("%%tarvo:%s %s" % (command, target)))
+                    out, err = self.convert(job)
+                    self.assertIn("\n%s%s\n%s\n" % (begin, target, end), out)
+                    self.assertEqual(err, "tarvo: %s: not a regular file\n" % target)
+            with self.subTest(target=target, command="-m"):
+                job = self.write("job.pcl", b"Hello\f")
+                out, err = self.convert("-m", target, job)
+                self.assertTrue(out.endswith("%%EOF\n"))
+                self.assertEqual(err, "tarvo: %s: not a regular file\n" % target)
+        # A missing file is reported as before.
+        out, err = self.convert(self.write("job.pcl", inband("%tarvo:include missing.ps")))
+        self.assertIn("% --BEGIN PS FILE missing.ps\n% --END PS FILE\n", out)
+        self.assertEqual(err, "tarvo: missing.ps: No such file or directory\n")
+
+    def test_inband_path_restricts_reads(self):
+        os.mkdir(self.path("forms"))
+        self.write("forms/form.ps", b"% the form\n")
+        self.write("secret", b"SECRET\n")
+        os.symlink(self.path("secret"), self.path("forms/link.ps"))
+        os.symlink(self.path("forms"), self.path("alias"))
+        allowed = "-C", "CONFIG:INBAND.PATH=/nonexistent::%s" % self.path("forms")
+        cases = {
+            self.path("forms/form.ps"): True,
+            "forms/form.ps": True,                # relative to the working directory
+            self.path("alias/form.ps"): True,     # a link to an allowed directory
+            self.path("secret"): False,
+            self.path("forms/link.ps"): False,    # a link out of it
+            self.path("forms/../secret"): False,
+            self.path("forms") + "-x/form.ps": None,  # missing
+        }
+        for target, ok in cases.items():
+            with self.subTest(target=target):
+                job = self.write("job.pcl", inband("%tarvo:include " + target))
+                out, err = self.convert(*allowed, job)
+                self.assertEqual("% the form" in out, bool(ok))
+                self.assertNotIn("SECRET", out)
+                expected = {True: "", False: "tarvo: %s: not under INBAND.PATH\n" % target,
+                            None: "tarvo: %s: No such file or directory\n" % target}[ok]
+                self.assertEqual(err, expected)
+
+    def test_inband_off(self):
+        self.write("form.ps", b"% the form\n")
+        job = self.write("job.pcl", inband("%tarvo:include form.ps", "%tarvo:pos"))
+        out, _ = self.convert("-C", "CONFIG:INBAND=0", job)
+        self.assertIn("\n%tarvo:include form.ps\n%tarvo:pos\n", out)
+        self.assertNotIn("BEGIN PS FILE", out)
+        out, _ = self.convert(job)
+        self.assertIn("% the form", out)
+
+
 def main():
     global BINARY
     parser = argparse.ArgumentParser()

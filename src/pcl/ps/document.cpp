@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "common/file_ptr.h"
+#include "common/regular_file.h"
 #include "config_store.h"
 #include "ghostscript.h"
 #include "pcl/environment.h"
@@ -525,16 +526,19 @@ void ps_exit(char const* marks_path)
     ps_put("%%EOF\n");
 
     if (marks_path) {
-        FilePtr marks(std::fopen(marks_path, "r"));
-        if (!marks) {
-            std::perror(marks_path);
+        RegularFile marks = open_regular_file(marks_path);
+        if (!marks.file) {
+            if (marks.not_regular)
+                std::fprintf(stderr, "%s: %s: not a regular file\n", progname, marks_path);
+            else
+                std::perror(marks_path);
             ps_out_flush();
             return;
         }
         ps_put("\n% Begin ");
         ps_put(marks_path);
         ps_put('\n');
-        ps_put_rest_of(marks.get());
+        ps_put_rest_of(marks.file.get());
         ps_put("% End\n");
     }
     ps_out_flush();

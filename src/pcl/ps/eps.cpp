@@ -11,25 +11,43 @@
 #include <unordered_set>
 
 #include "common/file_ptr.h"
+#include "common/regular_file.h"
+#include "pcl/inband_files.h"
 #include "pcl/ps/document.h"
 #include "pcl/ps/writer.h"
 #include "run_mode.h"
 
 namespace {
 
-// Opens a file to be included. One that cannot be opened is reported on
-// standard error the first time its name comes up (an overlay is drawn on
-// every page), and the document goes on without it.
-FilePtr open_included(char const* path)
+// Opens a file to be included, a regular file only (a device or a FIFO
+// would feed or block the converter without end). One that cannot be
+// opened is reported on standard error the first time its name comes up (an
+// overlay is drawn on every page), and the document goes on without it.
+// `shown` is the name in the message, `path` the one opened.
+FilePtr open_included(char const* path, char const* shown)
 {
     static std::unordered_set<std::string> reported;
-    FilePtr f{std::fopen(path, "rb")};
-    if (!f) {
-        int const err = errno;
-        if (reported.insert(path).second)
-            std::fprintf(stderr, "%s: %s: %s\n", progname, path, std::strerror(err));
+    RegularFile f = open_regular_file(path);
+    if (!f.file) {
+        char const* why = f.not_regular ? "not a regular file" : std::strerror(errno);
+        if (reported.insert(shown).second)
+            std::fprintf(stderr, "%s: %s: %s\n", progname, shown, why);
     }
-    return f;
+    return std::move(f.file);
+}
+
+FilePtr open_included(char const* path)
+{
+    return open_included(path, path);
+}
+
+// A file named by an in-band command: also subject to INBAND.PATH.
+FilePtr open_inband(char const* path)
+{
+    std::string name;
+    if (!inband_path_allows(path, &name))
+        return nullptr;
+    return open_included(name.c_str(), path);
 }
 
 constexpr unsigned char DOS_EPS_SIGNATURE[4] = {0xC5, 0xD0, 0xD3, 0xC6};
@@ -262,7 +280,7 @@ void ps_include_file(char const* path)
     ps_put("% --BEGIN PS FILE ");
     ps_put(path);
     ps_put('\n');
-    if (FilePtr f = open_included(path))
+    if (FilePtr f = open_inband(path))
         ps_put_rest_of(f.get());
     ps_put("% --END PS FILE\n");
 }
@@ -272,7 +290,7 @@ void ps_eps_file(char const* path)
     if (!ps_ensure_output() || !ps_out_ready())
         return;
     begin_eps(path);
-    if (FilePtr f = open_included(path)) {
+    if (FilePtr f = open_inband(path)) {
         int count = 0;
         double box[4] = {0, 0, 0, 0};
         eps_info info;

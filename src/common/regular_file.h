@@ -1,0 +1,16 @@
+// Opening files that must hold data: a device, a FIFO or a directory named
+// where a file is expected would block the converter or feed it without end.
+#pragma once
+
+#include "common/file_ptr.h"
+
+struct RegularFile {
+    FilePtr file;              // open for reading; null when refused or missing
+    bool not_regular = false;  // the name exists but is not a regular file
+};
+
+// Opens `path` for reading if it is a regular file. Anything else is not
+// opened at all (a FIFO or a device would act on being opened), so the
+// answer is null with `not_regular` set; a name that cannot be opened gives
+// null with errno set.
+RegularFile open_regular_file(char const* path);
