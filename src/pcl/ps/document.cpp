@@ -568,4 +568,5 @@ void ps_document_reset()
     ps_overlay_mode = 1;
     ps_font_enc = 0;
     ps_last_color = 0;
+    ps_out_reset();
 }
