@@ -97,7 +97,7 @@ char* format_plain(double a, char* p)
         p += e + 1;
         if (last > e) {
             *p++ = '.';
-            std::memcpy(p, d + e + 1, 5);
+            std::memcpy(p, d + e + 1, static_cast<size_t>(5 - e));  // the digits after the point
             p += last - e;
         }
     } else {
