@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Throughput and peak memory of tarvo on generated jobs.
 
-For each kind of job (text report, form-heavy, mostly raster) and each size,
+For each kind of job (text report, form-heavy, raster rows, scanned
+page raster) and each size,
 measures: `cat` of the file (the I/O limit), `tarvo -s` (PostScript) by wall
 clock and by CPU time (the steadier figure on a shared machine), with its
 peak resident memory, and `tarvo -p` (PDF through Ghostscript, end to end).
@@ -53,7 +54,7 @@ def main():
     ap = argparse.ArgumentParser()
     ap.add_argument("--binary", default=os.path.join(HERE, "..", "build", "tarvo"))
     ap.add_argument("--sizes", default="1,10,100")
-    ap.add_argument("--kinds", default="text,forms,raster")
+    ap.add_argument("--kinds", default="text,forms,raster,scan")
     ap.add_argument("--no-pdf", action="store_true")
     ap.add_argument("--pdf-max", type=float, default=100,
                     help="largest size (MiB) also converted to PDF")
