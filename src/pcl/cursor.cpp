@@ -18,10 +18,6 @@ constexpr int cursor_stack_size = 20;
 // unsigned one sets it.
 int32_t moved(int32_t current, int32_t distance) { return movetype ? sat_add(current, distance) : distance; }
 
-// Counters that the output side compares for inequality wrap around instead
-// of sticking at the limit.
-int32_t next_serial(int32_t serial) { return static_cast<int32_t>(static_cast<uint32_t>(serial) + 1u); }
-
 // Spacing changes move the cursor to the first line while the page is empty,
 // so that the first line's baseline follows the new spacing.
 void follow_spacing()

@@ -78,6 +78,13 @@ enum compat_bit : int {
 inline bool compat_legacy() { return (compat_f & COMPAT_LEGACY) != 0; }
 extern paper_type const known_paper_types[];
 
+// Counters that the output side compares for inequality wrap around instead
+// of sticking at the limit.
+inline int32_t next_serial(int32_t serial)
+{
+    return static_cast<int32_t>(static_cast<uint32_t>(serial) + 1u);
+}
+
 void pcl_init();
 void pcl_reset();
 void flush_page();

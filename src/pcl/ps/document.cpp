@@ -317,17 +317,51 @@ void ps_init()
     ps_page_header(1);
 }
 
+namespace {
+
+// Ends the open page and opens the next one.
+void next_page()
+{
+    ps_page_trailer();
+    ps_page_header(0);
+}
+
+// Brings the output to the page the environment is on. Every page ended
+// since the open one was a page of the job, printed or not: each ends in
+// the output too, so blank pages come out blank. The earlier rendering
+// skipped them and went straight to the new page.
+void catch_up()
+{
+    if (compat_legacy()) {
+        if (env.page_serial != last_page)
+            next_page();
+        last_page = env.page_serial;
+        return;
+    }
+    while (last_page != env.page_serial) {
+        next_page();
+        last_page = next_serial(last_page);
+    }
+}
+
+// Starts the document; the first output page belongs to the job's first
+// page (the earlier rendering gave it to the current one).
+bool start_document()
+{
+    ps_init();
+    if (ps_page_counter == 0)
+        return false;
+    last_page = compat_legacy() ? env.page_serial : 0;
+    return true;
+}
+
+}  // namespace
+
 bool ps_sync_page()
 {
-    if (ps_page_counter == 0) {
-        ps_init();
-        if (ps_page_counter == 0)
-            return false;
-    } else if (env.page_serial != last_page) {
-        ps_page_trailer();
-        ps_page_header(0);
-    }
-    last_page = env.page_serial;
+    if (ps_page_counter == 0 && !start_document())
+        return false;
+    catch_up();
     return true;
 }
 
@@ -335,10 +369,10 @@ bool ps_ensure_output()
 {
     if (ps_page_counter != 0)
         return true;
-    ps_init();
-    if (ps_page_counter == 0)
+    if (!start_document())
         return false;
-    last_page = env.page_serial;
+    if (!compat_legacy())
+        catch_up();
     return true;
 }
 
@@ -491,6 +525,14 @@ void ps_exit(char const* marks_path)
         return;
 
     ps_page_trailer();
+    // Form feeds after the last marked page end blank pages of their own.
+    if (!compat_legacy()) {
+        uint32_t const ended = static_cast<uint32_t>(env.page_serial) - static_cast<uint32_t>(last_page);
+        for (uint32_t blank = 1; blank < ended; ++blank) {
+            ps_page_header(0);
+            ps_page_trailer();
+        }
+    }
     ps_put("%%Trailer\n"
            "%%BoundingBox: 0 0 ");
     put_whole(ps_bb_width_1 + 0.4);
