@@ -234,6 +234,16 @@ void pcl_page_size(double value)
 void pcl_orientation(double value)
 {
     int32_t const v = to_int(value);
+    // Only a change of orientation sets the page up again (and ends a
+    // marked page); a command repeating the orientation in force, or one
+    // naming none, leaves the page as it is. The earlier rendering set the
+    // page up again every time.
+    bool const change = v >= 0 && v <= 3 && v != env.orientation;
+    if (!change && !compat_legacy()) {
+        if ((v < 0 || v > 3) && verbose >= 1)
+            std::printf("Unknown: orientation %d\n", v);
+        return;
+    }
     if (v >= 0 && v <= 3)
         env.orientation = v;
     else if (verbose >= 1)
