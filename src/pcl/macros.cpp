@@ -7,6 +7,7 @@
 #include <new>
 
 #include "common/numeric.h"
+#include "pcl/environment.h"
 #include "pcl/input.h"
 #include "pcl/text_buffer.h"
 #include "run_mode.h"
@@ -456,6 +457,14 @@ void mac_end_def()
 
 pcl_macro* mac_call(int id, int mode)
 {
+    // A level whose bytes are all read ends before the next one starts, so
+    // a macro that calls another as its last command does not nest deeper.
+    while (mac_nesting > 0 && macro_stack[mac_nesting - 1].mode != MAC_OVERLAY &&
+           exec_macro_p >= macro_end(exec_macro)) {
+        if (verbose >= 2)
+            std::printf("=> completed macro %d\n", exec_macro->id);
+        mac_pop();
+    }
     if (verbose >= 2)
         std::printf("executing macro %d\n", id);
     if (mac_nesting >= MAC_MAX_NESTING) {
@@ -497,14 +506,18 @@ int mac_getc()
     if (mac_nesting == 0)
         macro_assert("mac_nesting != 0", "mac_getc");
     if (exec_macro_p >= macro_end(exec_macro)) {
-        // Nothing left (cannot happen for a stored macro, which is never
-        // empty): the enclosing source delivers the byte.
+        // The level's last command has run in its own environment; the
+        // caller's comes back now and its source delivers the byte.
+        if (verbose >= 2 && !compat_legacy())
+            std::printf("=> completed macro %d\n", exec_macro->id);
         mac_pop();
         return getchar_func();
     }
     int const c = *exec_macro_p++;
     ++replay_spent;
-    if (exec_macro_p == macro_end(exec_macro)) {
+    if (exec_macro_p == macro_end(exec_macro) && compat_legacy()) {
+        // The earlier rendering gave the caller's environment back as the
+        // last byte was read, before its command ran.
         if (verbose >= 2)
             std::printf("=> completed macro %d\n", exec_macro->id);
         mac_pop();
