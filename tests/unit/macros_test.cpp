@@ -80,6 +80,7 @@ TEST_F(Macros, IdsOutsideThePclRangeNameNoMacro)
 // Execute and call through the parser are the mac_nested golden case.
 TEST_F(Macros, CallRestoresEnvironmentAndFontsButNotThePage)
 {
+    InputFromString file("");
     define(1, "ab");
     env.cur_x = 200;
     env.font_serial = 5;
@@ -92,12 +93,16 @@ TEST_F(Macros, CallRestoresEnvironmentAndFontsButNotThePage)
     font[0].pitch = 16.67;
     env.font_serial = 6;
     EXPECT_EQ(read(2), "ab");
+    // The last byte's command still runs in the macro's environment; the
+    // caller's comes back with the next read.
+    EXPECT_EQ((std::array{mac_nesting, env.cur_x}), (std::array{1, 999}));
+    EXPECT_EQ(read(1), "#");
     // A font changed inside gets a serial never seen before.
     EXPECT_EQ(font[0].pitch, 10);
     EXPECT_EQ((std::array{mac_nesting, env.cur_x, env.page_serial, env.page_dirty, env.font_serial, env.pos_changed}),
               (std::array{0, 200, 3, 1, 7, 1}));
     ASSERT_NE(mac_call(1, MAC_CALL), nullptr);  // a call that changes no font keeps the serial
-    read(2);
+    read(3);
     EXPECT_EQ(env.font_serial, 7);
 }
 
@@ -121,6 +126,7 @@ TEST_F(Macros, OverlayEndsItsLoopOnceThenResumesAfterTheFormFeed)
 
 TEST_F(Macros, ReplayedRecordSurvivesDeletionAndRedefinition)
 {
+    InputFromString file("");
     define(1, "hello");
     define(2, "world");
     ASSERT_NE(mac_call(1, MAC_EXECUTE), nullptr);
@@ -133,7 +139,7 @@ TEST_F(Macros, ReplayedRecordSurvivesDeletionAndRedefinition)
     ASSERT_NE(mac_call(2, MAC_CALL), nullptr);
     pcl_macro_ctl(6);
     EXPECT_EQ(macro_list, nullptr);
-    EXPECT_EQ(read(9), "worldello");
+    EXPECT_EQ(read(10), "worldello#");
     EXPECT_EQ(mac_nesting, 0);
 
     // Redefinition while being read: the replay keeps the old bytes, the
