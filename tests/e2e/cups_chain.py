@@ -10,6 +10,7 @@ installed.
 import argparse, os, shutil, subprocess, sys, tempfile
 
 SKIP = 77
+CUPSFILTER = "cupsfilter"
 
 
 def private_cups(tmp, filter_path, rules_dir):
@@ -37,7 +38,7 @@ def private_cups(tmp, filter_path, rules_dir):
 
 
 def cupsfilter(conf, job, to, *options):
-    cmd = ["cupsfilter"] + conf + ["-i", "application/vnd.hp-PCL", "-m", to] + list(options) + [job]
+    cmd = [CUPSFILTER] + conf + ["-i", "application/vnd.hp-PCL", "-m", to] + list(options) + [job]
     proc = subprocess.run(cmd, capture_output=True, stdin=subprocess.DEVNULL, timeout=300)
     # cupsfilter names a default PPD that Debian does not ship; its filters
     # go on without it.
@@ -55,7 +56,10 @@ def main():
     ap.add_argument("--job", required=True, help="a PCL job")
     ap.add_argument("--text", required=True, help="text the job prints")
     opts = ap.parse_args()
-    if not shutil.which("cupsfilter") or not os.path.isdir("/usr/lib/cups/filter"):
+    # cupsfilter lives in /usr/sbin, which a user's PATH may lack.
+    global CUPSFILTER
+    CUPSFILTER = shutil.which("cupsfilter") or shutil.which("cupsfilter", path="/usr/sbin")
+    if not CUPSFILTER or not os.path.isdir("/usr/lib/cups/filter"):
         print("cupsfilter not installed: skipped")
         return SKIP
 
