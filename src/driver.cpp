@@ -21,7 +21,9 @@
 #include "pcl/environment.h"
 #include "pcl/glyph_map.h"
 #include "pcl/input.h"
+#include "output_file.h"
 #include "pcl/ps/document.h"
+#include "pcl/ps/writer.h"
 #include "pcl/ps/resources.h"
 #include "pcl/text_loop.h"
 #include "run_mode.h"
@@ -219,14 +221,45 @@ bool input_failed()
     return true;
 }
 
-// Flushes the output and reports a failed write (a full disk, a reader that
-// went away). Returns false when the output is damaged.
-bool output_written(char const* name)
+// The output in messages: the -o file, standard output or the interpreter.
+char const* out_display = "standard output";
+
+void report_gs_status(int rc)
 {
+    std::fprintf(stderr, "%s: ghostscript returned exit status %d\n", progname, wait_status_code(rc));
+}
+
+// A write of the document failed (a full disk, a reader that went away):
+// the run ends here. The interpreter is waited for, so that it does not
+// write on after the run; the temporary output file goes at exit.
+void write_failed(int err)
+{
+    std::fprintf(stderr, "%s: %s: %s\n", progname, out_display, std::strerror(err));
+    if (int const rc = gs_close(); rc > 0)
+        report_gs_status(rc);
+    std::exit(1);
+}
+
+// Flushes the output and reports a failed write (analysis traces, and the
+// document's last bytes). Returns false when the output is damaged.
+bool output_written()
+{
+    errno = 0;
     if (std::fflush(outfp) == 0 && !std::ferror(outfp))
         return true;
     int const err = errno;
-    std::fprintf(stderr, "%s: %s: %s\n", progname, name, std::strerror(err ? err : EIO));
+    std::fprintf(stderr, "%s: %s: %s\n", progname, out_display, std::strerror(err ? err : EIO));
+    return false;
+}
+
+// Whether the input starts like a file of another kind given by mistake.
+bool looks_foreign(std::string_view head)
+{
+    for (std::string_view magic : {std::string_view("%PDF-"), std::string_view("\x89PNG\r\n\x1a\n"),
+                                   std::string_view("\xff\xd8\xff"), std::string_view("PK\x03\x04"),
+                                   std::string_view("\x7f" "ELF")})
+        if (head.substr(0, magic.size()) == magic)
+            return true;
     return false;
 }
 
@@ -337,9 +370,20 @@ int tarvo_main(int argc, char** argv)
         std::fprintf(stderr, "%s: %s: output file is also an input file\n", progname, out_file);
         return 1;
     }
+    // The -o file is written under a temporary name while PostScript is
+    // produced; analysis output goes to standard output.
+    bool const to_file = out_file && genps;
+    if (to_file && !out_file_begin(out_file))
+        return 1;
+    char const* const write_to = to_file ? out_file_name() : nullptr;
+    if (gs_mode)
+        out_display = "ghostscript";
+    else if (to_file)
+        out_display = out_file;
+    ps_out_on_error(write_failed);
     FilePtr out_owner;
     if (gs_flag) {
-        gs_setup(0, out_file, gs_options);
+        gs_setup(0, gs_mode && genps ? write_to : out_file, gs_options);
         // Without a device Ghostscript would open a display window.
         if (genps && !gs_names_device()) {
             std::fprintf(stderr,
@@ -348,11 +392,12 @@ int tarvo_main(int argc, char** argv)
             return 1;
         }
     } else if (pdf_level > 0) {
-        gs_setup(pdf_level, out_file, gs_options);
-    } else if (genps && out_file) {
-        out_owner.reset(std::fopen(out_file, "wb"));
+        gs_setup(pdf_level, write_to, gs_options);
+    } else if (to_file) {
+        out_owner.reset(std::fopen(write_to, "wb"));
         if (!out_owner) {
             std::perror(out_file);
+            out_file_commit(false);
             return 1;
         }
         outfp = out_owner.get();
@@ -421,6 +466,8 @@ int tarvo_main(int argc, char** argv)
         infp = in_owner.get();
         std::setvbuf(infp, in_buffer, _IOFBF, sizeof in_buffer);
         parse_text();
+        if (looks_foreign(input_head()))
+            std::fprintf(stderr, "%s: %s: does not look like PCL\n", progname, in_name);
         if (input_failed())
             status = 1;
         pcl_reset();
@@ -429,23 +476,44 @@ int tarvo_main(int argc, char** argv)
             break;
     }
 
-    if (genps)
+    if (genps) {
         ps_exit(marks_file);
-    if (outfp && !output_written(gs_mode ? "ghostscript" : out_owner ? out_file : "standard output"))
+        // A job that draws nothing writes nothing; the exit status stays.
+        // (After an input error that error already says why.)
+        if (ps_page_counter == 0 && status == 0)
+            std::fprintf(stderr, "%s: no page was drawn; no output written\n", progname);
+    }
+    if (outfp && !output_written())
         status = 1;
 
     if (out_owner) {
-        // The document is complete; the file is closed on return.
+        // The document is complete; closing may still fail (a full disk).
         outfp = nullptr;
+        errno = 0;
+        if (std::fclose(out_owner.release()) != 0) {
+            std::fprintf(stderr, "%s: %s: %s\n", progname, out_file, std::strerror(errno ? errno : EIO));
+            status = 1;
+        }
     }
-    if (!gs_mode || !outfp)
-        return status;
-
-    int const rc = gs_close();
-    if (rc == 0)
-        return status;
-    std::fprintf(stderr, "%s: ghostscript returned exit status %d\n", progname, wait_status_code(rc));
-    return 1;
+    if (gs_mode && outfp) {
+        if (int const rc = gs_close(); rc != 0) {
+            report_gs_status(rc);
+            status = 1;
+        }
+    }
+    if (to_file) {
+        // Only a complete, non-empty result replaces the target. The
+        // interpreter may end well and still write nothing.
+        bool const drawn = ps_page_counter != 0;
+        OutputCommit const done = out_file_commit(status == 0 && drawn);
+        if (done == OutputCommit::empty && drawn) {
+            std::fprintf(stderr, "%s: %s: ghostscript wrote nothing; no output written\n", progname, out_file);
+            status = 1;
+        } else if (done == OutputCommit::failed && status == 0 && drawn) {
+            status = 1;
+        }
+    }
+    return status;
 }
 
 void usage(char const* prog)

@@ -19,6 +19,8 @@ namespace {
 
 uint64_t bytes_read;
 int read_error;
+char head[8];
+size_t head_len;
 
 struct InputSource {
     int fd;
@@ -40,6 +42,8 @@ ssize_t source_read(void* cookie, char* buf, size_t size)
         ssize_t const n = ::read(src->fd, buf, size);
         if (n >= 0) {
             bytes_read += static_cast<uint64_t>(n);
+            for (ssize_t i = 0; i < n && head_len < sizeof head; ++i)
+                head[head_len++] = buf[i];
             return n;
         }
         if (errno != EINTR) {
@@ -124,8 +128,11 @@ FILE* input_open_fd(int fd, bool owns_fd)
         return nullptr;
     }
     read_error = 0;
+    head_len = 0;
     return f;
 }
+
+std::string_view input_head() { return {head, head_len}; }
 
 uint64_t input_bytes_read() { return bytes_read; }
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <string_view>
 
 #include "pcl/environment.h"
 #include "run_mode.h"
@@ -31,6 +32,8 @@ FILE* input_open_fd(int fd, bool owns_fd);
 // Bytes delivered so far by every stream input_open_fd made (the whole
 // run's input, however it arrives: file, pipe or terminal).
 uint64_t input_bytes_read();
+// The first bytes (up to 8) the current input stream delivered.
+std::string_view input_head();
 // The errno of the last failed read of a stream input_open_fd made, 0 if
 // none failed; input_open_fd clears it.
 int input_read_error();

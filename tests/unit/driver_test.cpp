@@ -3,7 +3,10 @@
 // (drv_*).
 #include <sys/stat.h>
 
+#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <tuple>
 #include <regex>
 #include <string>
 
@@ -17,6 +20,14 @@ namespace {
 std::string const kUsage =
     "usage: tarvo [options] [pcl files ...]\n"
     "Please use the -help option to get more information\n";
+
+// A run of the binary and what it should end with.
+struct RunCase {
+    std::vector<std::string> args;
+    std::string input;
+    int status;
+    std::string err;
+};
 
 // Environment that keeps the machine's configuration out of a run.
 std::vector<std::string> isolated(TempDir const& dir)
@@ -191,12 +202,7 @@ TEST(Driver, ExitStatusOfTheInterpreter)
     std::string big;  // for an interpreter that stops reading early
     for (int i = 0; i < 20000; ++i)
         big += "a line of text that fills the pipe\r\n";
-    struct Case {
-        std::vector<std::string> args;
-        std::string input;
-        int status;
-        std::string err;
-    } const cases[] = {
+    RunCase const cases[] = {
         {{"-p", "-C", "config:gs=" + failing}, "text", 1, "tarvo: ghostscript returned exit status 3\n"},
         {{"-g", "-G", "-sDEVICE=x", "-C", "config:gs=" + killed}, "text", 1, "tarvo: ghostscript returned exit status 265\n"},
         // Nothing drawn: the command is shown but never started.
@@ -205,9 +211,90 @@ TEST(Driver, ExitStatusOfTheInterpreter)
         // One that quits without reading: the failed write is an error.
         {{"-p", "-C", "config:gs=" + quitter}, big, 1, "tarvo: ghostscript: Broken pipe\n"},
     };
-    for (Case const& c : cases) {
+    for (RunCase const& c : cases) {
         RunResult r = run_tarvo(c.args, c.input, {}, env);
         EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{c.status, c.err})) << c.args.back();
+    }
+}
+
+// Failed writes and reads end the run with the file named and exit status 1.
+TEST(Driver, WriteAndReadErrorsAreReported)
+{
+    TempDir dir;
+    auto env = isolated(dir);
+    RunResult r = run_tarvo({"-s", "-o", "/dev/full"}, "text", {}, env);
+    EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{1, std::string("tarvo: /dev/full: No space left on device\n")}));
+    std::string const cmd = "'" TARVO_BINARY "' -s <'" + dir.write("job.pcl", "text") + "' >/dev/full 2>'" +
+                            dir.path() + "/err'; echo $? >>'" + dir.path() + "/err'";
+    ASSERT_EQ(std::system(cmd.c_str()), 0);
+    EXPECT_EQ(read_file(dir.path() + "/err"), "tarvo: standard output: No space left on device\n1\n");
+    // Standard input that cannot be read.
+    std::string const dcmd = "'" TARVO_BINARY "' -s <'" + dir.path() + "' 2>&1; echo $?";
+    FILE* p = popen(dcmd.c_str(), "r");
+    ASSERT_NE(p, nullptr);
+    char buf[256] = {};
+    size_t const n = std::fread(buf, 1, sizeof buf - 1, p);
+    pclose(p);
+    EXPECT_EQ(std::string(buf, n), "tarvo: standard input: Is a directory\n1\n");
+}
+
+// With -o the target is replaced only by a complete, non-empty result; a
+// failed run leaves an earlier file as it was and no temporary file.
+TEST(Driver, OutputFileReplacedOnlyOnSuccess)
+{
+    TempDir dir;
+    auto env = isolated(dir);
+    std::string const failing = dir.write("fail.sh", "#!/bin/sh\ncat >/dev/null\nexit 3\n"),
+                      silent = dir.write("silent.sh", "#!/bin/sh\ncat >/dev/null\nexit 0\n");
+    for (auto const& f : {failing, silent})
+        ASSERT_EQ(chmod(f.c_str(), 0755), 0);
+    std::string const out = dir.write("out/result", "OLD");
+    auto listing = [&] {
+        std::string names;
+        for (auto const& e : std::filesystem::directory_iterator(dir.path() + "/out"))
+            names += e.path().filename().string() + " ";
+        return names;
+    };
+    RunCase const cases[] = {
+        {{"-p", "-C", "config:gs=" + failing}, "text", 1, "tarvo: ghostscript returned exit status 3\n"},
+        {{"-p", "-C", "config:gs=" + silent}, "text", 1,
+         "tarvo: " + out + ": ghostscript wrote nothing; no output written\n"},
+        {{"-s"}, "\r\n", 0, "tarvo: no page was drawn; no output written\n"},
+        {{"-s", dir.path() + "/missing.pcl", "-"}, "text", 1, dir.path() + "/missing.pcl: No such file or directory\n"},
+    };
+    for (RunCase const& c : cases) {
+        std::vector<std::string> args = c.args;
+        args.insert(args.begin() + 1, {"-o", out});
+        RunResult r = run_tarvo(args, c.input, {}, env);
+        EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{c.status, c.err})) << c.args.back();
+        EXPECT_EQ(read_file(out), "OLD");
+        EXPECT_EQ(listing(), "result ");
+    }
+    RunResult r = run_tarvo({"-s", "-o", out}, "text", {}, env);
+    EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{0, std::string()}));
+    EXPECT_EQ(read_file(out).rfind("%!PS-Adobe-3.0\n", 0), 0u);
+    EXPECT_EQ(listing(), "result ");
+    struct stat st;
+    ASSERT_EQ(stat(out.c_str(), &st), 0);
+    EXPECT_NE(st.st_mode & 0044, 0u);  // not the temporary file's 0600
+}
+
+// Runs that would succeed silently with nothing to show say why.
+TEST(Driver, NothingToShowIsExplained)
+{
+    TempDir dir;
+    auto env = isolated(dir);
+    RunResult r = run_tarvo({"-s", dir.path()}, "", {}, env);
+    EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{1, dir.path() + ": Is a directory\n"}));
+    r = run_tarvo({"-s", dir.write("empty.pcl", "")}, "", {}, env);
+    EXPECT_EQ((std::tuple{r.status, r.out, r.err}),
+              (std::tuple{0, std::string(), std::string("tarvo: no page was drawn; no output written\n")}));
+    // Other kinds of file are still converted, with a word of warning.
+    for (std::string head : {"%PDF-1.7\n", "\x89PNG\r\n\x1a\n", "\xff\xd8\xff\xe0", "PK\x03\x04", "\x7f" "ELF\x02"}) {
+        std::string const f = dir.write("odd.pcl", head + "text");
+        r = run_tarvo({"-s", f}, "", {}, env);
+        EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{0, "tarvo: " + f + ": does not look like PCL\n"}));
+        EXPECT_NE(r.out.find("text)S"), std::string::npos);
     }
 }
 

@@ -22,6 +22,7 @@ using namespace ps_out_detail;
 namespace {
 
 int first_error;
+ps_out_error_handler error_handler;
 
 // Whether the document and the traces go to standard output together.
 bool shares_trace_output()
@@ -31,8 +32,11 @@ bool shares_trace_output()
 
 void record_error()
 {
-    if (first_error == 0)
-        first_error = errno != 0 ? errno : EIO;
+    if (first_error != 0)
+        return;
+    first_error = errno != 0 ? errno : EIO;
+    if (error_handler)
+        error_handler(first_error);
 }
 
 // The one place where the document's bytes are handed to the stream.
@@ -161,6 +165,11 @@ void ps_out_flush()
 int ps_out_error()
 {
     return first_error;
+}
+
+void ps_out_on_error(ps_out_error_handler handler)
+{
+    error_handler = handler;
 }
 
 void ps_out_reset()
