@@ -1,4 +1,4 @@
-// Jobs with a barcode and overlays, converted by the
+// Jobs with a barcode, overlays and a raster image, converted by the
 // built binary and rendered by Ghostscript at 50 dpi on Letter paper: the
 // interpreter must accept the output and draw where it should.
 #include <sys/wait.h>
@@ -111,4 +111,24 @@ TEST_F(RenderTest, LetterheadOnFirstPageAndStampOnEvery)
         EXPECT_GT(p.dark(496, 746, 588, 778), 0.95);
         EXPECT_LT(p.dark(596, 700, 612, 792) + p.dark(300, 784, 612, 792), 0.01);
     }
+}
+
+TEST_F(RenderTest, RasterImageLandsAtTheCursorAndTheDocumentGoesOn)
+{
+    // At 75 dpi, 1 inch right and down from the top margin (half an inch):
+    // an adaptive block of one PackBits
+    // row of 64 black dots and 14 duplicates (61.44 x 14.4 points); then a
+    // 1 x 0.5 inch rule further down, drawn only if the interpreter read the
+    // inline image data to its end.
+    std::string const job = std::string(LETTER) + "\x1b*t75R\x1b*p300x300Y\x1b*r1A\x1b*b5M\x1b*b8W" +
+                            std::string("\x02\x00\x02\xf9\xff\x05\x00\x0e", 8) +
+                            "\x1b*rB\x1b*p300x900Y\x1b*c300a150b0P";
+    std::string log;
+    auto pages = render("", job, &log);
+    ASSERT_EQ(pages.size(), 1u) << log;
+    EXPECT_EQ(log, "");
+    EXPECT_NE(ps.find("imagemask"), std::string::npos);
+    EXPECT_GT(pages[0].dark(92, 110, 148, 120), 0.95);
+    EXPECT_LT(pages[0].dark(92, 126, 148, 240) + pages[0].dark(155, 100, 300, 130), 0.01);
+    EXPECT_GT(pages[0].dark(92, 254, 160, 286), 0.95);
 }
