@@ -2,6 +2,8 @@
 // reads back from the PDF as the intended Unicode text (by code, by name,
 // Symbol, dingbats), and a PDF/A carries the title and the output intent.
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -99,6 +101,48 @@ TEST(GhostscriptOutput, PagesComeOnTheirSheets)
     EXPECT_EQ(pdf_page_sizes(mixed), (sizes{"612 x 792", "612 x 1008", "612 x 792", "612 x 792"}));
     EXPECT_EQ(pdf_page_sizes(ESC + "E" + ESC + "&l26AA4" + legal, {"-C", "CONFIG:GS.PAPER.SIZE=letter"}),
               (sizes{"612 x 792", "612 x 792"}));
+}
+
+// Text in print directions 90 and 270 lands on the sheet where the cursor
+// says, on portrait and landscape pages: every word is found on the page,
+// within the sheet, at its distance from the turned frame's top edge.
+TEST(GhostscriptOutput, TurnedTextStaysOnTheSheet)
+{
+    if (!have_tool("gs") || !have_tool("pdftotext"))
+        GTEST_SKIP() << "Ghostscript or pdftotext not installed";
+    TempDir dir;
+    std::string const pdf = dir.path() + "/out.pdf";
+    std::string const at = ESC + "*p300x600Y";
+    std::string const job = ESC + "E" + ESC + "&l2A" + ESC + "&a90P" + at + "Upward" + ESC + "&a270P" + at +
+                            "Downward\f" + ESC + "&l1O" + ESC + "&a90P" + at + "UpL" + ESC + "&a270P" + at +
+                            "DownL\f";
+    RunResult r = run_tarvo({"-p", "-o", pdf}, job, dir.path(), {"ZENTHORAX=" + build_dir(), "HOME"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    std::string const box = shell_output("pdftotext -bbox '" + pdf + "' -");
+    // Every word lies inside its page's sheet. On the portrait page the
+    // baseline is 2 inches below the top margin and the logical page's left
+    // edge: 198 points from the turned frame's top edge, which is the
+    // sheet's left edge for direction 90 and its right edge for 270.
+    auto number = [&](size_t from, char const* key) {
+        size_t const at = box.find(key, from);
+        return at == std::string::npos ? -1.0 : std::strtod(box.c_str() + at + std::strlen(key), nullptr);
+    };
+    for (char const* word : {"Upward", "Downward", "UpL", "DownL"}) {
+        size_t const end = box.find(std::string(">") + word + "<");
+        ASSERT_NE(end, std::string::npos) << word << " missing:\n" << box;
+        size_t const start = box.rfind("<word", end);
+        size_t const page = box.rfind("<page", start);
+        double const xmin = number(start, "xMin=\""), xmax = number(start, "xMax=\"");
+        double const ymin = number(start, "yMin=\""), ymax = number(start, "yMax=\"");
+        EXPECT_TRUE(xmin >= 0 && ymin >= 0 && xmax <= number(page, "width=\"") &&
+                    ymax <= number(page, "height=\""))
+            << word << " off the sheet:\n" << box;
+        if (std::string(word) == "Upward") {
+            EXPECT_NEAR(xmax, 198 + 2.2, 1.5) << box;
+        } else if (std::string(word) == "Downward") {
+            EXPECT_NEAR(xmin, 612 - 198 - 2.2, 1.5) << box;
+        }
+    }
 }
 
 }  // namespace

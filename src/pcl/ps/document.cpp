@@ -452,17 +452,31 @@ void ps_rotate_page(int angle)
     if (angle == ps_last_rotate)
         return;
 
-    double const w = ps_paper_width;
-    double const h = ps_paper_height;
+    // The translation that brings a turned frame back onto the sheet:
+    // for 90 degrees across the sheet's width, for 180 across both, for
+    // 270 along its length. It is measured on the physical sheet (portrait
+    // width and length); the earlier rendering took the sheet as oriented,
+    // which is the same for the page's own rotation but puts print
+    // directions 90 and 270 off their place.
+    bool const physical = !compat_legacy();
+    double const across = physical ? ps_bb_width : ps_paper_height;   // 90, 180 (y)
+    double const along = physical ? ps_bb_height : ps_paper_height;   // 180 (y)
+    double const wide = physical ? ps_bb_width : ps_paper_width;      // 180 (x)
+    double const turn = physical ? ps_bb_height : ps_paper_width;     // 270 (x)
+    auto shift = [&](int a, double* tx, double* ty) {
+        *tx = 0.0;
+        *ty = 0.0;
+        switch (a) {
+        case 90: *ty = across; break;
+        case 180: *tx = wide; *ty = along; break;
+        case 270: *tx = turn; break;
+        default: break;
+        }
+    };
     if (ps_last_rotate != 0) {
         double tx = 0.0;
         double ty = 0.0;
-        switch (ps_last_rotate) {
-        case 90: ty = h; break;
-        case 180: tx = w; ty = h; break;
-        case 270: tx = w; break;
-        default: break;
-        }
+        shift(ps_last_rotate, &tx, &ty);
         ps_put_nums({tx, ty});
         ps_put(" translate ");
         ps_put_int(-ps_last_rotate);
@@ -471,15 +485,10 @@ void ps_rotate_page(int angle)
     if (angle != 0) {
         double tx = 0.0;
         double ty = 0.0;
-        switch (angle) {
-        case 90: ty = -h; break;
-        case 180: tx = -w; ty = -h; break;
-        case 270: tx = -w; break;
-        default: break;
-        }
+        shift(angle, &tx, &ty);
         ps_put_int(angle);
         ps_put(" rotate ");
-        ps_put_nums({tx, ty});
+        ps_put_nums({0.0 - tx, 0.0 - ty});
         ps_put(" translate\n");
     }
     ps_last_rotate = angle;
