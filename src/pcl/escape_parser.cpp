@@ -58,7 +58,7 @@ int32_t read_number(int c, int* term)
         n = n * 10 + (c - '0');
         if (n > std::numeric_limits<int32_t>::max())
             n = std::numeric_limits<int32_t>::max();
-        c = pcl_get_char();
+        c = pcl_next_char();
     }
     *term = c;
     return static_cast<int32_t>(n);
@@ -78,8 +78,17 @@ int data_kind(char const* key)
         // driver configuration and I/O configuration: skipped.
         {"*gW", 11}, {"*lW", 11}, {"*iW", 11}, {"*mW", 11}, {"*oW", 11}, {"&bW", 11},
     };
-    // Every key has three characters; comparing them (the first one,
-    // which tells most commands apart, first) is this lookup's whole cost.
+    // Every key has three characters and ends in W, V or X; most commands
+    // carry no data and leave at that test. Comparing the characters (the
+    // first one, which tells most commands apart, first) is the rest.
+    static_assert([] {
+        for (entry const& e : kinds)
+            if (e.key[2] != 'W' && e.key[2] != 'V' && e.key[2] != 'X')
+                return false;
+        return true;
+    }());
+    if ((key[2] != 'W' && key[2] != 'V' && key[2] != 'X') || key[3] != '\0')
+        return 0;
     for (entry const& e : kinds)
         if (e.key[0] == key[0] && e.key[1] == key[1] && e.key[2] == key[2] && key[3] == '\0')
             return e.kind;
@@ -110,7 +119,7 @@ bool parse_groups(char p, char g)
         double sign = 1.0;
         movetype = 0;
         for (;;) {
-            int c = pcl_get_char();
+            int c = pcl_next_char();
             if (c == '+') {
                 movetype = 1;
             } else if (c == '-') {
@@ -236,7 +245,7 @@ bool parse_mode_form()
 // was cut short by another ESC, whose sequence is to be parsed next.
 bool parse_one_escape()
 {
-    int c = pcl_get_char();
+    int c = pcl_next_char();
     switch (c) {
     case 'E':
         if (verbose >= 1)
@@ -269,7 +278,7 @@ bool parse_one_escape()
         return false;
     case '&':
     case '*': {
-        int g = pcl_get_char();
+        int g = pcl_next_char();
         return parse_groups(static_cast<char>(c), static_cast<char>(g));
     }
     case '(':

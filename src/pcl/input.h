@@ -70,3 +70,12 @@ inline bool input_is_direct()
 {
     return lookahead_empty() && getchar_func == getc_only && debug == 0;
 }
+
+// pcl_get_char with its common case inline: a byte straight from `infp`
+// is the character itself unless the text method decodes UTF-8.
+inline int pcl_next_char()
+{
+    if (input_is_direct() && !utf8_text_method()) [[likely]]
+        return getc_unlocked(infp);
+    return pcl_get_char();
+}
