@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstdio>
 #include <cstring>
 #include <deque>
@@ -14,6 +15,7 @@
 #include <vector>
 
 #include "common/file_ptr.h"
+#include "common/numeric.h"
 
 namespace {
 
@@ -265,3 +267,5 @@ void config_clear()
     cfg.by_section.clear();
     cfg.by_name.clear();
 }
+
+int32_t config_int(char const* text) { return sat32(std::strtol(text, nullptr, 10)); }

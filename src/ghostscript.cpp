@@ -107,7 +107,7 @@ void gs_setup(int level, char const* output, char const* options)
         // holds against those requests (pages of another size are clipped).
         // The earlier rendering, which made no requests, did not need it.
         char const* compat = config_get_option("CONFIG", "BCOMPAT", nullptr);
-        if (!compat || (std::strtol(compat, nullptr, 10) & COMPAT_LEGACY) == 0)
+        if (!compat || (config_int(compat) & COMPAT_LEGACY) == 0)
             gs_cmd += " -dFIXEDMEDIA";
     }
     append_option(gs_cmd, cfg("GS.OPT"));

@@ -13,6 +13,7 @@
 #include "pcl/raster.h"
 #include "pcl/rectangles.h"
 #include "run_mode.h"
+#include "invariant.h"
 
 namespace {
 
@@ -69,12 +70,9 @@ static_assert(sizeof st_parm / sizeof st_parm[0] == 26, "st_parm ends at index 2
 std::vector<pcl_cmd*> bucket_store;
 
 // An internal invariant of the command hash failed: report and stop.
-[[noreturn]] void hash_assert_failed(char const* expr)
+[[noreturn]] void hash_assert_failed(char const* function, char const* expr)
 {
-    std::fflush(stdout);
-    std::fprintf(stderr, "%s: pcl/parser: assertion \"%s\" failed\n",
-                 progname ? progname : "tarvo", expr);
-    std::abort();
+    invariant_failed("pcl/parser", function, expr);
 }
 
 }  // namespace
@@ -221,7 +219,7 @@ void hash_setup()
     bucket_store.assign(hash_max_buckets, nullptr);
     hash_buckets = bucket_store.data();
     if (hash_buckets == nullptr)
-        hash_assert_failed("hash_buckets != NULL");
+        hash_assert_failed("hash_setup", "hash_buckets != NULL");
 
     int synonyms = 0;
     for (int i = 0; i < cnt; ++i) {
@@ -252,7 +250,7 @@ unsigned int hash_key(char const* key)
     else
         index = ((h >> fnv_x) ^ h) & fnv_mask_32;
     if (index >= hash_max_buckets)
-        hash_assert_failed("hash < hash_max_buckets");
+        hash_assert_failed("hash_key", "hash < hash_max_buckets");
     return index;
 }
 

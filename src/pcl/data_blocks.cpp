@@ -15,11 +15,6 @@
 
 namespace {
 
-constexpr int RASTER_ROW = 1;
-constexpr int TRANSPARENT_PRINT = 2;
-constexpr int PS_VERBATIM = 8;
-constexpr int RASTER_PLANE = 9;
-constexpr int IMAGE_CONFIG = 10;
 constexpr std::string_view inband_marker = "%tarvo:";
 
 }  // namespace

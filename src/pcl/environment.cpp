@@ -55,16 +55,12 @@ void fixed_margins()
     }
 }
 
-// Numbers of the configuration are read as base-10 integers; text that is
-// not a number reads as 0.
-int32_t config_number(char const* text) { return sat32(std::strtol(text, nullptr, 10)); }
-
 int32_t paper_size_code(char const* text)
 {
     for (paper_type const* p = known_paper_types; p->code != 0; ++p)
         if (strcasecmp(text, p->name) == 0)
             return p->code;
-    return config_number(text);
+    return config_int(text);
 }
 
 // A symbol-set name of two or three characters: one or two digits, then
@@ -86,7 +82,7 @@ void apply_default_symset(char const* text)
         font[0].symset = code;
         font[1].symset = code;
     }
-    if (len == 3 && code == symset_code(18, 'N'))
+    if (len == 3 && code == SS_18N)
         env.text_method = 1008;
 }
 
@@ -99,10 +95,7 @@ void apply_default_pitch(char const* text)
         return;
     font[0].pitch = pitch;
     font[1].pitch = pitch;
-    env.hmi = to_int(72000.0 / font[env.font_sel ? 1 : 0].pitch);
-    if (verbose >= 2)
-        std::printf("HMI=%d\n", env.hmi);
-    env.font_serial = static_cast<int32_t>(static_cast<uint32_t>(env.font_serial) + 1u);
+    pcl_font_recompute_hmi();
 }
 
 void apply_default_lines(int32_t n)
@@ -127,33 +120,33 @@ void apply_configured_defaults()
 {
     char const* s;
     if ((s = default_item("PAPER.SOURCE")))
-        env.paper_source = config_number(s);
+        env.paper_source = config_int(s);
     if ((s = default_item("PAPER.SIZE")))
         pcl_page_size(paper_size_code(s));
     if ((s = default_item("SYMSET")))
         apply_default_symset(s);
     if ((s = default_item("EOLTERM")))
-        pcl_eolterm(config_number(s));
+        pcl_eolterm(config_int(s));
     if ((s = default_item("ORIENTATION"))) {
         if (strcasecmp(s, "PORTRAIT") == 0)
             pcl_orientation(0);
         else if (strcasecmp(s, "LANDSCAPE") == 0)
             pcl_orientation(1);
         else
-            pcl_orientation(config_number(s));
+            pcl_orientation(config_int(s));
     }
     if ((s = default_item("PITCH")))
         apply_default_pitch(s);
     if ((s = default_item("LINES")))
-        apply_default_lines(config_number(s));
+        apply_default_lines(config_int(s));
     if ((s = default_item("PAGELEN")))
-        pcl_page_length(config_number(s));
+        pcl_page_length(config_int(s));
     if ((s = default_item("TOPMARGIN")))
-        pcl_margin_top(config_number(s));
+        pcl_margin_top(config_int(s));
     if ((s = default_item("LEFTMARGIN")))
-        pcl_margin_left(config_number(s));
+        pcl_margin_left(config_int(s));
     if ((s = default_item("TEXTLEN")))
-        pcl_text_length(config_number(s));
+        pcl_text_length(config_int(s));
 }
 
 }  // namespace
@@ -435,13 +428,8 @@ void pcl_init()
 
     pcl_page_size(26);
 
-    for (pcl_font& f : font) {
-        f = pcl_font{};
-        f.symset = 149;
-        f.pitch = 10.0;
-        f.point_size = 12.0;
-    }
-    env.font_serial += 1;
+    font[0] = font[1] = font_defaults;
+    font_serial_bump();
     env.font_sel = 0;
     env.overlay_id = -1;
     env.pos_changed = 1;
@@ -458,7 +446,7 @@ void pcl_init()
     in_macro_definition = 0;
 
     if (char const* s = config_get_option("CONFIG", "BCOMPAT", nullptr))
-        compat_f = config_number(s);
+        compat_f = config_int(s);
 }
 
 void pcl_reset()
@@ -475,11 +463,11 @@ void pcl_reset()
     // an old value could match a font it selected before.
     int32_t const page_serial = env.page_serial;
     int32_t const page_dirty = env.page_dirty;
-    uint32_t const font_serial = static_cast<uint32_t>(env.font_serial) + 1u;
+    int32_t const font_serial = next_serial(env.font_serial);
     env = default_env;
     env.page_serial = page_serial;
     env.page_dirty = page_dirty;
-    env.font_serial = static_cast<int32_t>(font_serial);
+    env.font_serial = font_serial;
     getchar_func = getc_only;
     in_macro_definition = 0;
     mac_reset(TEMPORARY);

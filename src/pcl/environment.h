@@ -85,6 +85,9 @@ inline int32_t next_serial(int32_t serial)
     return static_cast<int32_t>(static_cast<uint32_t>(serial) + 1u);
 }
 
+// Tells the output side that the active font may have changed.
+inline void font_serial_bump() { env.font_serial = next_serial(env.font_serial); }
+
 void pcl_init();
 void pcl_reset();
 void flush_page();

@@ -21,7 +21,6 @@ int fontind;
 
 namespace {
 
-constexpr int ESC = 27;
 constexpr int END_OF_INPUT = -1;
 // Largest magnitude a command value reaches from its digits; further
 // integer digits saturate here instead of overflowing to infinity.
@@ -72,11 +71,13 @@ int data_kind(char const* key)
         int kind;
     };
     static constexpr entry kinds[] = {
-        {"*bW", 1}, {"*vW", 10}, {"*bV", 9}, {"&pX", 2}, {")sW", 3}, {"(sW", 4},
-        {"(fW", 5}, {"*cW", 6}, {"&nW", 7}, {"&pW", 8},
+        {"*bW", RASTER_ROW}, {"*vW", IMAGE_CONFIG}, {"*bV", RASTER_PLANE}, {"&pX", TRANSPARENT_PRINT},
+        {")sW", FONT_HEADER}, {"(sW", FONT_CHARACTER}, {"(fW", SYMSET_DEFINITION}, {"*cW", PATTERN},
+        {"&nW", PAPER_TYPE}, {"&pW", PS_VERBATIM},
         // Raster configuration, colour tables, illuminant, dither matrices,
         // driver configuration and I/O configuration: skipped.
-        {"*gW", 11}, {"*lW", 11}, {"*iW", 11}, {"*mW", 11}, {"*oW", 11}, {"&bW", 11},
+        {"*gW", SKIPPED_CONFIG}, {"*lW", SKIPPED_CONFIG}, {"*iW", SKIPPED_CONFIG}, {"*mW", SKIPPED_CONFIG},
+        {"*oW", SKIPPED_CONFIG}, {"&bW", SKIPPED_CONFIG},
     };
     // Every key has three characters and ends in W, V or X; most commands
     // carry no data and leave at that test. Comparing the characters (the

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "config_store.h"
+#include "symbol_sets.h"
 #include "pcl/glyph_map.h"
 
 namespace {
@@ -21,10 +22,6 @@ constexpr char const* ps_fonts[28] = {
     "Times-Roman", "Times-Italic", "Times-Bold", "Times-BoldItalic",
     "Courier", "Courier-Oblique", "Courier-Bold", "Courier-BoldOblique",
 };
-
-constexpr int SYMSET_19M = 621;
-constexpr int SYMSET_5M = 173;
-constexpr int SYMSET_14L = 460;
 
 int typeface_class(pcl_font const& f)
 {
@@ -50,9 +47,9 @@ int typeface_class(pcl_font const& f)
 
 ps_font_choice ps_font_for(pcl_font const& f)
 {
-    if (f.symset == SYMSET_19M || f.symset == SYMSET_5M)
+    if (f.symset == SS_19M || f.symset == SS_5M)
         return {"Symbol", ENC_SYMBOL};
-    if (f.symset == SYMSET_14L)
+    if (f.symset == SS_14L)
         return {"ZapfDingbats", ENC_DINGBATS};
 
     char section[32];

@@ -16,6 +16,7 @@
 #include "pcl/environment.h"
 #include "pcl/escape_parser.h"
 #include "run_mode.h"
+#include "invariant.h"
 
 pcl_font font[2] = {font_defaults, font_defaults};
 pcl_font default_font[2] = {font_defaults, font_defaults};
@@ -30,20 +31,16 @@ constexpr int32_t STROKE_MAX = 7;
 
 [[noreturn]] void assertion_failed(char const* function, char const* expr)
 {
-    std::fflush(stdout);
-    std::fprintf(stderr, "%s: pcl/parser: %s: Assertion `%s' failed.\n", progname, function, expr);
-    std::abort();
+    invariant_failed("pcl/parser", function, expr);
 }
 
 // The entry addressed by the primary (ESC(s) or secondary (ESC)s) commands.
 int addressed_index() { return fontind != 0 ? 1 : 0; }
 
-int active_index() { return env.font_sel != 0 ? 1 : 0; }
-
 // Re-derives hmi when the addressed entry is the active one.
 void changed(int index)
 {
-    if (index == env.font_sel)
+    if (index == active_font_index())
         pcl_font_recompute_hmi();
 }
 
@@ -72,16 +69,21 @@ size_t font_list_length()
 
 }  // namespace
 
-void pcl_font_recompute_hmi()
+void pcl_font_hmi_from_pitch()
 {
-    double const pitch = font[active_index()].pitch;
+    double const pitch = active_font().pitch;
     // An entry's pitch is always positive; the guard keeps a broken value
-    // from producing a division by zero.
+    // (zero, negative or NaN) from producing a division by zero.
     if (pitch > 0.0)
         env.hmi = to_int(72000.0 / pitch);
+}
+
+void pcl_font_recompute_hmi()
+{
+    pcl_font_hmi_from_pitch();
     if (verbose >= 2)
         std::printf("HMI=%d\n", env.hmi);
-    env.font_serial = static_cast<int32_t>(static_cast<uint32_t>(env.font_serial) + 1u);
+    font_serial_bump();
 }
 
 void pcl_font_spacing(double value)
@@ -227,7 +229,7 @@ void pcl_font_ctl(double value)
         }
         fp->id = id;
         fp->type = TEMPORARY;
-        fp->font = font[active_index()];
+        fp->font = font[active_font_index()];
         break;
     }
     default:

@@ -5,6 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "pcl/environment.h"
+#include "symbol_sets.h"
+
 constexpr int PERMANENT = 3;
 constexpr int TEMPORARY = 4;
 
@@ -21,7 +24,7 @@ struct pcl_font {
 
 // The characteristics of both entries before the configuration applies:
 // fixed 10 pitch 12 point upright medium typeface 0 in symbol set 4U.
-inline constexpr pcl_font font_defaults{0, 149, 0, 0, 0, 0, 10.0, 12.0};
+inline constexpr pcl_font font_defaults{0, SS_4U, 0, 0, 0, 0, 10.0, 12.0};
 
 // At most this many font IDs are kept in font_list; assigning a further new
 // ID is refused.
@@ -37,6 +40,11 @@ struct font_node {
 extern pcl_font font[2];
 extern pcl_font default_font[2];
 extern font_node* font_list;
+
+// The index of the active entry: env.font_sel names it, 0 primary and 1
+// secondary (SI and SO switch it).
+inline int active_font_index() { return env.font_sel != 0 ? 1 : 0; }
+inline pcl_font const& active_font() { return font[active_font_index()]; }
 
 void pcl_font_spacing(double value);
 void pcl_font_pitch(double value);
@@ -54,6 +62,9 @@ void pcl_font_byid(int id, int which);
 // hmi = trunc(72000 / pitch of the active entry), traced at level 2, and
 // font_serial incremented.
 void pcl_font_recompute_hmi();
+// hmi = trunc(72000 / pitch of the active entry) without trace or counter;
+// an unusable pitch leaves it as it was.
+void pcl_font_hmi_from_pitch();
 font_node* fnt_alloc();
 void fnt_free(font_node* fp);
 void fnt_reset();

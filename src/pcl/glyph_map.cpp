@@ -21,6 +21,7 @@
 #include "symbol_sets.h"
 
 #include "run_mode.h"
+#include "invariant.h"
 
 map_record ps_map[MAPSIZE];
 int ps_map_next = MAP_BUCKETS;
@@ -29,10 +30,8 @@ namespace {
 
 [[noreturn]] void map_assert_failed(char const* expr, int line)
 {
-    std::fflush(stdout);
-    std::fprintf(stderr, "%s: pcl/psglyph:%d: ps_map_add: Assertion `%s' failed.\n",
-                 progname ? progname : "tarvo", line, expr);
-    std::abort();
+    static_cast<void>(line);
+    invariant_failed("pcl/psglyph", "ps_map_add", expr);
 }
 
 #define MAP_ASSERT(expr) ((expr) ? static_cast<void>(0) : map_assert_failed(#expr, __LINE__))

@@ -48,7 +48,7 @@ bool allowed_by(char const* list, std::string const& file)
 bool inband_enabled()
 {
     char const* v = config_get_option("CONFIG", "INBAND", nullptr);
-    return !v || std::strtol(v, nullptr, 10) != 0;
+    return !v || config_int(v) != 0;
 }
 
 bool inband_path_allows(char const* path, std::string* name)

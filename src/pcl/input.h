@@ -11,6 +11,9 @@
 #include "pcl/environment.h"
 #include "run_mode.h"
 
+// The escape character that starts every PCL command.
+constexpr int ESC = 27;
+
 using getchar_fn = int (*)();
 
 extern getchar_fn getchar_func;

@@ -11,6 +11,7 @@
 #include "pcl/input.h"
 #include "pcl/text_buffer.h"
 #include "run_mode.h"
+#include "invariant.h"
 
 pcl_macro* macro_list;
 pcl_macro* cur_macro;
@@ -51,10 +52,7 @@ int32_t drain_serial;
 
 [[noreturn]] void macro_assert(char const* expr, char const* func)
 {
-    std::fflush(stdout);
-    std::fprintf(stderr, "%s: pcl/macro: %s: assertion \"%s\" failed\n",
-                 progname ? progname : "tarvo", func, expr);
-    std::abort();
+    invariant_failed("pcl/macro", func, expr);
 }
 
 unsigned char* macro_end(pcl_macro const* m) { return m->data + m->size; }
@@ -204,7 +202,7 @@ void restore_frame(macro_frame const& f)
     env.page_serial = page_serial;
     env.page_dirty = page_dirty;
     if (font_serial != f.env.font_serial)
-        env.font_serial = sat_add(font_serial, 1);
+        env.font_serial = next_serial(font_serial);
     env.pos_changed = 1;
 }
 

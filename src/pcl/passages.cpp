@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr int ESC = 27;
 constexpr int STATEMENT_MAX = 64;
 constexpr char pjl_prefix[] = "@PJL";
 constexpr int PJL_PREFIX_LEN = 4;

@@ -98,9 +98,7 @@ void cbuf_add_slow(int ch)
     if (c_buf_len >= CBUF_SIZE)
         cbuf_flush(0);
 
-    // font_sel is 0 (primary) or 1 (secondary); anything else reads the
-    // primary entry rather than memory outside the pair.
-    pcl_font const& f = font[env.font_sel == 1 ? 1 : 0];
+    pcl_font const& f = active_font();
     uint16_t const code = convert(f.symset, ch);
     refresh_font(f);
 

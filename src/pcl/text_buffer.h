@@ -40,7 +40,7 @@ void cbuf_add_slow(int ch);
 inline void cbuf_add(int ch)
 {
     if (c_buf_len < CBUF_SIZE && static_cast<unsigned>(ch) <= 0xFF && !verbose &&
-        font[env.font_sel == 1 ? 1 : 0].symset == cbuf_fast_symset && env.font_serial == cbuf_fast_serial)
+        active_font().symset == cbuf_fast_symset && env.font_serial == cbuf_fast_serial)
         [[likely]] {
         if (c_buf_len == 0) {
             c_buf_curX = env.cur_x;

@@ -16,20 +16,16 @@
 
 namespace {
 
-constexpr int ESC = 27;
 constexpr int FLUSH_CONTROL = 1;
 constexpr int FLUSH_END = 2;
 constexpr int TAB_COLUMNS = 8;
 
-// Makes font entry `which` the active one. An unusable pitch (zero,
-// negative or NaN) leaves the advance as it was.
+// Makes font entry `which` the active one.
 void shift_font(int which)
 {
     env.font_sel = which;
-    env.font_serial = sat_add(env.font_serial, 1);
-    double const pitch = font[which].pitch;
-    if (pitch > 0.0)
-        env.hmi = to_int(72000.0 / pitch);
+    font_serial_bump();
+    pcl_font_hmi_from_pitch();
 }
 
 // Tab stops stand every 8 columns of the current HMI, counted from x = 0 of
@@ -147,7 +143,7 @@ int read_text_direct()
         if (c <= 15 || c == ESC)
             return c;
         if (verbose || c_buf_len >= CBUF_SIZE ||
-            font[env.font_sel == 1 ? 1 : 0].symset != cbuf_fast_symset || env.font_serial != cbuf_fast_serial) {
+            active_font().symset != cbuf_fast_symset || env.font_serial != cbuf_fast_serial) {
             cbuf_add_slow(c);
             continue;
         }

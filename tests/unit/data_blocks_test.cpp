@@ -44,10 +44,10 @@ TEST_F(DataBlocks, BlocksStopAtTheirCountOrAtEndOfInput)
         unsigned count;
         std::string left;
     } const cases[] = {
-        {"abcdef", "", 1, 3, "def"},
-        {"abc", "xy", 7, 3, "bc"},  // look-ahead bytes are consumed first
-        {std::string(40000, '\x1b') + "rest", "", 1, 40000, "rest"},  // beyond the skip buffer
-        {"abc", "", 5, 4294967295u, ""},  // the largest count ends at end of input
+        {"abcdef", "", RASTER_ROW, 3, "def"},
+        {"abc", "xy", PAPER_TYPE, 3, "bc"},  // look-ahead bytes are consumed first
+        {std::string(40000, '\x1b') + "rest", "", RASTER_ROW, 40000, "rest"},  // beyond the skip buffer
+        {"abc", "", SYMSET_DEFINITION, 4294967295u, ""},  // the largest count ends at end of input
     };
     for (auto const& c : cases) {
         InputFromString in(c.input);
@@ -61,7 +61,7 @@ TEST_F(DataBlocks, BlocksStopAtTheirCountOrAtEndOfInput)
         // Under the input trace every skipped byte is still read and traced.
         InputFromString in("abcd");
         debug = 1;
-        EXPECT_EQ(capture_stdout([] { readdesc(1, 2); }), "in: a\nin: b\n");
+        EXPECT_EQ(capture_stdout([] { readdesc(RASTER_ROW, 2); }), "in: a\nin: b\n");
         debug = 0;
         EXPECT_EQ(rest(), "cd");
     }
@@ -69,7 +69,7 @@ TEST_F(DataBlocks, BlocksStopAtTheirCountOrAtEndOfInput)
         // While a macro is recorded, text and verbatim data are skipped untraced.
         InputFromString in("ABCD%tarvo:pos");
         in_macro_definition = verbose = 1;
-        EXPECT_EQ(capture_stdout([] { readdesc(2, 2); readdesc(8, 2); }), "");
+        EXPECT_EQ(capture_stdout([] { readdesc(TRANSPARENT_PRINT, 2); readdesc(PS_VERBATIM, 2); }), "");
         EXPECT_EQ(rest(), "%tarvo:pos");
     }
 }

@@ -106,7 +106,7 @@ int ps_barcode_run(uint16_t const* codes, int count)
 {
     if (!ps_barcode || !ps_out_ready())
         return 0;
-    pcl_font const& f = font[env.font_sel == 1 ? 1 : 0];
+    pcl_font const& f = active_font();
     char item[16];
     std::snprintf(item, sizeof item, "%d", static_cast<int>(f.typeface));
     char const* text = config_get_option("BARCODE", item, nullptr);

@@ -141,17 +141,6 @@ dup 16#2D /hyphen put dup 16#27 /quotesingle put dup 16#60 /grave put def
   scalefont setfont dup type /stringtype eq { show } { glyphshow } ifelse setfont } bind def
 )PS";
 
-// A configured decimal integer, read like strtol but kept inside int.
-int config_int(char const* text)
-{
-    long const v = std::strtol(text, nullptr, 10);
-    if (v > INT_MAX)
-        return INT_MAX;
-    if (v < INT_MIN)
-        return INT_MIN;
-    return static_cast<int>(v);
-}
-
 // The creation date. SOURCE_DATE_EPOCH, when it holds a plain number of
 // seconds, replaces the current time (reproducible output) and is shown in
 // UTC; otherwise the local time is used. An unusable time leaves the buffer

@@ -14,13 +14,6 @@
 
 namespace {
 
-// A configured number, read as a decimal integer and saturated to the int
-// range (strtol itself saturates to the long range).
-int config_int(char const* text)
-{
-    return sat32(std::strtol(text, nullptr, 10));
-}
-
 // Whether an ONPAGE selector picks output page `page`.
 bool page_selected(char const* sel, int page)
 {

@@ -100,7 +100,7 @@ bool ps_resources_present(int pdf_level)
         !readable(ps_icc_profile_path(), "PDF/A needs the sRGB profile"))
         return false;
     char const* barcode = config_get_option("CONFIG", "BARCODE", nullptr);
-    if (barcode && std::strtol(barcode, nullptr, 10) != 0 &&
+    if (barcode && config_int(barcode) != 0 &&
         !readable(resource_dir() + "/barcode.ps", "barcodes need the barcode library"))
         return false;
     return true;

@@ -15,6 +15,7 @@
 #include "pcl/ps/writer.h"
 #include "pcl/text_buffer.h"
 #include "run_mode.h"
+#include "invariant.h"
 
 int ps_font_enc;
 uint32_t ps_last_color;
@@ -24,16 +25,11 @@ namespace {
 // Advance width of the standard monospaced fonts, as a fraction of the size.
 constexpr double kDefaultWidth = 0.6;
 
-pcl_font const& active_font()
-{
-    return font[env.font_sel == 1 ? 1 : 0];
-}
-
-[[noreturn]] void invariant_failed(char const* expr)
+// The output written so far leaves before the run ends.
+[[noreturn]] void emitter_invariant_failed(char const* condition)
 {
     ps_out_flush();
-    std::fprintf(stderr, "%s: pcl/ps: assertion failed: %s\n", progname, expr);
-    std::abort();
+    invariant_failed("pcl/ps", "ps_flush", condition);
 }
 
 void put_underline_operands(int ul)
@@ -209,12 +205,12 @@ void ps_flush(uint16_t const* codes, int count)
         char const* name = ps_map_lookup(cp, enc, &ps_code);
         if (ps_code != 0) {
             if (ps_code < 0x20 || ps_code > 0xff)
-                invariant_failed("ps_code >= 0x20 && ps_code <= 0xff");
+                emitter_invariant_failed("ps_code >= 0x20 && ps_code <= 0xff");
             ps_put_str_byte(ps_code);
             continue;
         }
         if (!name)
-            invariant_failed("sym != NULL");
+            emitter_invariant_failed("sym != NULL");
         put_named_glyph(name, ul);
     }
     ps_endemit();
