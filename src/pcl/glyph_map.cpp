@@ -25,6 +25,7 @@
 
 map_record ps_map[MAPSIZE];
 int ps_map_next = MAP_BUCKETS;
+uint32_t ps_map_changes;
 
 namespace {
 
@@ -51,6 +52,7 @@ void fill(map_record& r, unsigned code, unsigned ps_code, char const* name, int 
 
 void ps_map_add(unsigned code, unsigned ps_code, char const* name, int enc)
 {
+    ++ps_map_changes;
     // Glyph-list rows for the text fonts: ASCII graphics and the Latin-1
     // upper half go by code through ISOLatin1Encoding, all others by name.
     if (ps_code == 0 && enc == 0) {
@@ -281,4 +283,5 @@ void ps_map_reset()
     for (map_record& r : ps_map)
         r = map_record{};
     ps_map_next = MAP_BUCKETS;
+    ++ps_map_changes;
 }

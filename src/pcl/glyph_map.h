@@ -30,6 +30,9 @@ constexpr int MAP_BUCKETS = 256;
 
 extern map_record ps_map[MAPSIZE];
 extern int ps_map_next;
+// Counts every change of the map, so a result derived from it can tell it
+// is still current.
+extern uint32_t ps_map_changes;
 
 extern glyph_row const ps_glyph_list[];
 extern encoding_row const ps_encoding_symbol[];

@@ -1,11 +1,13 @@
 #include "pcl/text_buffer.h"
 
 #include <cstdio>
+#include <cstring>
 
 #include "common/numeric.h"
 #include "pcl/environment.h"
 #include "pcl/font_metrics.h"
 #include "pcl/fonts.h"
+#include "pcl/glyph_map.h"
 #include "pcl/ps/text_emitter.h"
 #include "run_mode.h"
 #include "symbol_sets.h"
@@ -83,6 +85,45 @@ int32_t advance(unsigned code)
     return to_int(w * prop.size + 0.5);
 }
 
+// The advances of the 256 bytes (codes `codes`) in the active font. A job
+// that switches between a few fonts (a form overlay's heading font on every
+// page) would otherwise measure the same 256 glyphs again at each switch,
+// so the last few tables are kept with everything they were computed from:
+// the font's metrics, encoding and size, the HMI (the advance of a glyph the
+// font lacks), the codes and the state of the glyph map.
+void fill_advances(uint16_t const (&codes)[256], int32_t (&adv)[256])
+{
+    struct table {
+        afm_font const* metrics = nullptr;
+        int enc = 0;
+        double size = 0.0;
+        int32_t hmi = 0;
+        uint32_t map_changes = 0;
+        bool used = false;
+        uint16_t codes[256];
+        int32_t adv[256];
+    };
+    static table kept[4];
+    static unsigned next_slot;
+    for (table const& t : kept)
+        if (t.used && t.metrics == prop.metrics && t.enc == prop.enc && t.size == prop.size && t.hmi == env.hmi &&
+            t.map_changes == ps_map_changes && std::memcmp(t.codes, codes, sizeof codes) == 0) {
+            std::memcpy(adv, t.adv, sizeof adv);
+            return;
+        }
+    for (int b = 0; b < 256; ++b)
+        adv[b] = advance(codes[b]);
+    table& t = kept[next_slot++ % 4];
+    t.metrics = prop.metrics;
+    t.enc = prop.enc;
+    t.size = prop.size;
+    t.hmi = env.hmi;
+    t.map_changes = ps_map_changes;
+    t.used = true;
+    std::memcpy(t.codes, codes, sizeof codes);
+    std::memcpy(t.adv, adv, sizeof adv);
+}
+
 }  // namespace
 
 void cbuf_init()
@@ -112,8 +153,7 @@ void cbuf_add_slow(int ch)
     if (f.symset == cbuf_fast_symset && env.font_serial != cbuf_fast_serial) {
         cbuf_fast_prop = prop.metrics != nullptr;
         if (cbuf_fast_prop)
-            for (int b = 0; b < 256; ++b)
-                cbuf_fast_adv[b] = advance(cbuf_fast_codes[b]);
+            fill_advances(cbuf_fast_codes, cbuf_fast_adv);
         cbuf_fast_serial = env.font_serial;
     }
     env.cur_x = sat_add(env.cur_x, advance(code));
