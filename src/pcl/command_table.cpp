@@ -78,8 +78,8 @@ std::vector<pcl_cmd*> bucket_store;
 }  // namespace
 
 pcl_cmd intlist[] = {
-    {"&lX", "Number of Copies", nullptr, nullptr, nullptr},
-    {"&lS", "Simplex/Duplex", duplex_parm, nullptr, nullptr},
+    {"&lX", "Number of Copies", nullptr, pcl_copies, nullptr},
+    {"&lS", "Simplex/Duplex", duplex_parm, pcl_duplex, nullptr},
     {"&lU", "Left Offset", nullptr, nullptr, nullptr},
     {"&lZ", "Top Offset", nullptr, nullptr, nullptr},
     {"&aG", "Duplex Page Side Selection", page_side_parm, pcl_duplex_page_side, nullptr},

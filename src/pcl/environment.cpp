@@ -254,6 +254,20 @@ void pcl_orientation(double value)
     pcl_page_size(env.page_size);
 }
 
+void pcl_duplex(double value)
+{
+    int32_t const v = to_int(value);
+    if (v >= 0 && v <= 2)
+        env.duplex = v;
+}
+
+void pcl_copies(double value)
+{
+    int32_t const v = to_int(value);
+    if (v >= 1)
+        env.copies = v > 999 ? 999 : v;
+}
+
 void pcl_paper_source(double value)
 {
     int32_t const v = to_int(value);

@@ -54,6 +54,8 @@ struct pcl_env {
     int32_t palette_sp;
     int32_t palette_stack[3];
     int32_t text_method;
+    int32_t duplex;  // 0 simplex, 1 long-edge, 2 short-edge binding (ESC&l#S)
+    int32_t copies;  // copies asked for (ESC&l#X); 0 when never set
 };
 
 struct paper_type {
@@ -101,6 +103,8 @@ void pcl_page_size(double value);
 void pcl_orientation(double value);
 void pcl_paper_source(double value);
 void pcl_duplex_page_side(double value);
+void pcl_duplex(double value);
+void pcl_copies(double value);
 void pcl_margin_left(double value);
 void pcl_margin_right(double value);
 void pcl_margin_top(double value);

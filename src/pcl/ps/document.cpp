@@ -183,17 +183,74 @@ std::string media_name(char const* page_name)
 // Asks the device for the page's sheet when it differs from the previous
 // page's (a request resets the graphics state, so it comes before the page's
 // rotation), and remembers it for the trailer.
+// Print settings last asked of the device: duplex mode, copies, tray.
+int32_t asked_duplex;
+int32_t asked_copies = 1;
+int32_t asked_tray;
+
+// A device request that a device without the feature skips.
+void put_feature(char const* feature, std::string_view request)
+{
+    ps_put("[{\n%%BeginFeature: ");
+    ps_put(feature);
+    ps_put('\n');
+    ps_put(request);
+    ps_put("\n%%EndFeature\n} stopped cleartomark\n");
+}
+
+void put_number_feature(char const* feature, char const* key, int32_t v)
+{
+    std::string const n = std::to_string(v);
+    put_feature((std::string(feature) + n).c_str(), "<< /" + std::string(key) + " " + n + " >> setpagedevice");
+}
+
+// The page setup: the sheet, asked for when it differs from the previous
+// page's, and, for a printing device (not PDF), the duplex mode, copies
+// and tray when they changed. Requests reset the graphics state, so they
+// come before the page's rotation.
 void request_sheet(int first)
 {
     sheet const wanted{media_name(env.page_name), ps_bb_width, ps_bb_height};
-    if (first != 1 && wanted.width == page_media.width && wanted.height == page_media.height)
+    bool const new_sheet = first == 1 || wanted.width != page_media.width || wanted.height != page_media.height;
+    bool const printing = ps_mode == 0;
+    int32_t const copies = env.copies > 0 ? env.copies : 1;
+    bool const new_duplex = printing && env.duplex != asked_duplex;
+    bool const new_copies = printing && copies != asked_copies;
+    bool const new_tray = printing && env.paper_source != asked_tray && env.paper_source > 0;
+    if (!new_sheet && !new_duplex && !new_copies && !new_tray)
         return;
-    page_media = wanted;
-    ps_put("%%PageMedia: ");
-    ps_put(wanted.name);
-    ps_put("\n%%BeginPageSetup\n<< /PageSize [");
-    ps_put_nums({wanted.width, wanted.height});
-    ps_put("] >> setpagedevice\n%%EndPageSetup\n");
+    if (new_sheet) {
+        page_media = wanted;
+        ps_put("%%PageMedia: ");
+        ps_put(wanted.name);
+        ps_put('\n');
+    }
+    ps_put("%%BeginPageSetup\n");
+    if (new_sheet) {
+        ps_put("<< /PageSize [");
+        ps_put_nums({wanted.width, wanted.height});
+        ps_put("] >> setpagedevice\n");
+    }
+    if (new_duplex) {
+        asked_duplex = env.duplex;
+        if (env.duplex == 0)
+            put_feature("*Duplex None", "<< /Duplex false >> setpagedevice");
+        else if (env.duplex == 1)
+            put_feature("*Duplex DuplexNoTumble", "<< /Duplex true /Tumble false >> setpagedevice");
+        else
+            put_feature("*Duplex DuplexTumble", "<< /Duplex true /Tumble true >> setpagedevice");
+    }
+    if (new_copies) {
+        asked_copies = copies;
+        put_number_feature("*NumCopies ", "NumCopies", copies);
+    }
+    if (new_tray) {
+        asked_tray = env.paper_source;
+        put_number_feature("*InputSlot Tray", "MediaPosition", env.paper_source);
+    }
+    ps_put("%%EndPageSetup\n");
+    if (!new_sheet)
+        return;
     for (sheet const& known : document_media)
         if (known.name == wanted.name && known.width == wanted.width && known.height == wanted.height)
             return;
@@ -604,6 +661,9 @@ void ps_document_reset()
     used_font_list.clear();
     document_media.clear();
     page_media = sheet{};
+    asked_duplex = 0;
+    asked_copies = 1;
+    asked_tray = 0;
     ps_barcode = 0;
     ps_overlay_mode = 1;
     ps_font_enc = 0;
