@@ -205,3 +205,5 @@ void cbuf_flush(int /*reason*/)
     c_buf_p = c_buf;
     c_buf_len = 0;
 }
+
+void cbuf_drop_underline() { c_buf_ul = 0; }

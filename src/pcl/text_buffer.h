@@ -17,6 +17,9 @@ extern int c_buf_len;
 extern int c_buf_curX;
 extern int c_buf_ul;
 
+// The pending run is drawn without its underline (a bar code replaces it).
+void cbuf_drop_underline();
+
 void cbuf_init();
 void cbuf_flush(int reason);
 

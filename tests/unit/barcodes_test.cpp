@@ -23,7 +23,7 @@ TEST(Barcodes, PlainTextAndState)
     env.font_sel = 0;
     font[0].typeface = 30;
     font[0].point_size = 12;
-    ps_font_enc = 0;
+    ps_text_reset();
     ps_origin_x = 18;
     ps_origin_y = 700;
     uint16_t seven = '7';

@@ -116,7 +116,7 @@ int ps_barcode_run(uint16_t const* codes, int count)
     if (d.encoder.empty())
         return 0;
 
-    c_buf_ul = 0;
+    cbuf_drop_underline();
     if (env.pos_changed) {
         ps_put_pos(ps_x(c_buf_curX), ps_y(env.cur_y));
         ps_put(' ');

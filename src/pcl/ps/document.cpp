@@ -473,7 +473,7 @@ void ps_page_header(int first)
     ps_tray = env.paper_source;
     // showpage resets the graphics state to black, so the text colour must
     // be written again on the new page when it is not black.
-    ps_last_color = 0;
+    ps_text_page_start();
 
     if (ps_overlay_mode & 1)
         ps_overlay();
@@ -666,7 +666,6 @@ void ps_document_reset()
     asked_tray = 0;
     ps_barcode = 0;
     ps_overlay_mode = 1;
-    ps_font_enc = 0;
-    ps_last_color = 0;
+    ps_text_reset();
     ps_out_reset();
 }

@@ -215,3 +215,11 @@ void ps_flush(uint16_t const* codes, int count)
     }
     ps_endemit();
 }
+
+void ps_text_page_start() { ps_last_color = 0; }
+
+void ps_text_reset()
+{
+    ps_font_enc = 0;
+    ps_last_color = 0;
+}
