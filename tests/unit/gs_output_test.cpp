@@ -124,8 +124,8 @@ TEST(GhostscriptOutput, TurnedTextStaysOnTheSheet)
     // edge: 198 points from the turned frame's top edge, which is the
     // sheet's left edge for direction 90 and its right edge for 270.
     auto number = [&](size_t from, char const* key) {
-        size_t const at = box.find(key, from);
-        return at == std::string::npos ? -1.0 : std::strtod(box.c_str() + at + std::strlen(key), nullptr);
+        size_t const pos = box.find(key, from);
+        return pos == std::string::npos ? -1.0 : std::strtod(box.c_str() + pos + std::strlen(key), nullptr);
     };
     for (char const* word : {"Upward", "Downward", "UpL", "DownL"}) {
         size_t const end = box.find(std::string(">") + word + "<");
