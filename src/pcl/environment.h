@@ -9,6 +9,8 @@
 struct pcl_pos {
     int32_t x;
     int32_t y;
+
+    bool operator==(pcl_pos const&) const = default;
 };
 
 struct pcl_env {
@@ -56,6 +58,8 @@ struct pcl_env {
     int32_t text_method;
     int32_t duplex;  // 0 simplex, 1 long-edge, 2 short-edge binding (ESC&l#S)
     int32_t copies;  // copies asked for (ESC&l#X); 0 when never set
+
+    bool operator==(pcl_env const&) const = default;
 };
 
 struct paper_type {

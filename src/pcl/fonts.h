@@ -20,6 +20,8 @@ struct pcl_font {
     int32_t typeface;
     double pitch;
     double point_size;
+
+    bool operator==(pcl_font const&) const = default;
 };
 
 // The characteristics of both entries before the configuration applies:

@@ -28,7 +28,7 @@ TEST_F(Cursor, FormFeedChangesOnlyPageCounterAndCursor)
     expected.cur_x = 72000;
     expected.cur_y = 45000;
     pcl_ff();
-    EXPECT_EQ(std::memcmp(&expected, &env, sizeof env), 0);
+    EXPECT_TRUE(expected == env);
 }
 
 TEST_F(Cursor, HostileValuesSaturate)

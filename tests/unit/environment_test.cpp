@@ -21,7 +21,7 @@ protected:
 
 TEST_F(Environment, ResetRestoresTheStartUpState)
 {
-    EXPECT_EQ(std::memcmp(&env, &default_env, sizeof env), 0);
+    EXPECT_TRUE(env == default_env);
     env.page_dirty = 1;  // a used page is ended by the reset and stays ended
     pcl_margin_left(10);
     pcl_vmi(4);
@@ -34,7 +34,7 @@ TEST_F(Environment, ResetRestoresTheStartUpState)
     EXPECT_EQ(env.font_serial, font_serial + 1);
     env.page_serial = 0;
     env.font_serial = default_env.font_serial;
-    EXPECT_EQ(std::memcmp(&env, &default_env, sizeof env), 0);
+    EXPECT_TRUE(env == default_env);
     EXPECT_EQ(font[0].pitch, 10.0);
 
     default_env.vmi = 9000;  // as if LINES or PITCH had been configured
@@ -68,7 +68,7 @@ TEST_F(Environment, ConfiguredPitchAndSymbolSet)
     init_with({{"PITCH", "12"}, {"LINES", "50"}});
     EXPECT_EQ((std::array{env.hmi, env.font_serial, env.vmi}), (std::array{6000, 2, 15393}));
     EXPECT_EQ(default_font[1].pitch, 12.0);
-    EXPECT_EQ(std::memcmp(&env, &default_env, sizeof env), 0);
+    EXPECT_TRUE(env == default_env);
     for (char const* pitch : {"0", "-10", "nan", "inf", "abc"}) {
         init_with({{"PITCH", pitch}});
         EXPECT_EQ(env.hmi, 7200) << pitch;

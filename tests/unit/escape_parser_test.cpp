@@ -26,7 +26,7 @@ TEST_F(EscapeParser, MacroDefinitionRecordsWithoutActing)
     int32_t const symset = font[0].symset;
     in_macro_definition = 1;
     run_pcl("\x1b&l1O\x1b(8U\x1b%1A\x1b(3@\x1b" "9\x1b=\x1b(0N\x1b&l2A", 0);
-    EXPECT_EQ(std::memcmp(&before, &env, sizeof env), 0);
+    EXPECT_TRUE(before == env);
     EXPECT_EQ(font[0].symset, symset);
     run_pcl("\x1b&f1X", 0);  // macro control still acts
     EXPECT_EQ(in_macro_definition, 0);

@@ -40,7 +40,7 @@ TEST_F(Fonts, RejectedAndHostileValues)
     for (double v : {3.0, 7.0, -1.0})
         pcl_font_ctl(v);
     EXPECT_EQ(font_list, nullptr);
-    EXPECT_EQ(std::memcmp(&before, &font[0], sizeof before), 0);
+    EXPECT_TRUE(before == font[0]);
     EXPECT_EQ(env.hmi, 7200);
     EXPECT_EQ(env.font_serial, 100);
 
