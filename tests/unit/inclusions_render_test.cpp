@@ -1,4 +1,4 @@
-// Jobs with a barcode, overlays and a raster image, converted by the
+// Jobs with a barcode, overlays, a raster image and shading, converted by the
 // built binary and rendered by Ghostscript at 50 dpi on Letter paper: the
 // interpreter must accept the output and draw where it should.
 #include <sys/wait.h>
@@ -131,4 +131,25 @@ TEST_F(RenderTest, RasterImageLandsAtTheCursorAndTheDocumentGoesOn)
     EXPECT_GT(pages[0].dark(92, 110, 148, 120), 0.95);
     EXPECT_LT(pages[0].dark(92, 126, 148, 240) + pages[0].dark(155, 100, 300, 130), 0.01);
     EXPECT_GT(pages[0].dark(92, 254, 160, 286), 0.95);
+}
+
+TEST_F(RenderTest, ShadingLeavesEarlierMarksVisible)
+{
+    // A 1 x 0.5 inch black rule 1 inch right and down from the top margin,
+    // then a 2 x 1 inch box of 11 % shading over it. The rule shows through
+    // the shading's unpainted background; the earlier rendering
+    // (compatibility bit 4) covered it with light grey.
+    std::string const job = std::string(LETTER) + "\x1b*p300x300Y\x1b*c300a150b0P" +
+                            "\x1b*p300x300Y\x1b*c600a300b20g2P";
+    std::string log;
+    auto pages = render("", job, &log);
+    ASSERT_EQ(pages.size(), 1u) << log;
+    EXPECT_EQ(log, "");
+    EXPECT_NE(ps.find(" SHG"), std::string::npos);
+    EXPECT_GT(pages[0].dark(94, 112, 156, 140), 0.95);
+    EXPECT_GT(pages[0].dark(170, 112, 228, 176), 0.05);  // the dots (merged at 50 dpi)
+
+    auto legacy = render("[CONFIG]\nBCOMPAT=4\n", job, &log);
+    ASSERT_EQ(legacy.size(), 1u) << log;
+    EXPECT_LT(legacy[0].dark(94, 112, 156, 140), 0.05);
 }

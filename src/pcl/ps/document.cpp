@@ -16,6 +16,7 @@
 #include "pcl/environment.h"
 #include "pcl/ps/overlays.h"
 #include "pcl/ps/raster_output.h"
+#include "pcl/ps/rect_output.h"
 #include "pcl/ps/resources.h"
 #include "pcl/ps/text_emitter.h"
 #include "pcl/ps/title.h"
@@ -644,6 +645,7 @@ void ps_exit(char const* marks_path)
 void ps_document_reset()
 {
     ps_raster_reset();
+    ps_rect_output_reset();
     ps_mode = 0;
     ps_page_counter = 0;
     last_page = 0;
