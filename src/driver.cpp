@@ -237,6 +237,11 @@ void write_failed(int err)
     std::fprintf(stderr, "%s: %s: %s\n", progname, out_display, std::strerror(err));
     if (int const rc = gs_close(); rc > 0)
         report_gs_status(rc);
+    // exit() skips the file loop's owner of the input stream: close it here.
+    if (infp != nullptr) {
+        std::fclose(infp);
+        infp = nullptr;
+    }
     std::exit(1);
 }
 
