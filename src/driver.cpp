@@ -268,12 +268,29 @@ bool looks_foreign(std::string_view head)
     return false;
 }
 
-}  // namespace
+// What the command line asks for, besides the run-mode globals it sets.
+struct Options {
+    int pdf_level = 0;
+    bool gs_flag = false;
+    char const* cfg_file = nullptr;
+    char const* out_file = nullptr;
+    char const* marks_file = nullptr;
+    char const* gs_options = nullptr;
+    char** files = nullptr;  // the input files; none means standard input
+    int file_count = 0;
 
-int tarvo_main(int argc, char** argv)
+    // The PostScript goes to the interpreter.
+    bool gs_mode() const { return gs_flag || pdf_level > 0; }
+    // The -o file is written under a temporary name while PostScript is
+    // produced; analysis output goes to standard output.
+    bool to_file() const { return out_file && genps; }
+};
+
+// Reads the command line into `o` and the run-mode globals. Returns -1 to go
+// on, or the exit status when the run ends here (version, help, a bad
+// option, nothing to do).
+int parse_options(int argc, char** argv, Options& o)
 {
-    progname = base_name(argc > 0 ? argv[0] : nullptr);
-
     if (argc == 2 && (std::strcmp(argv[1], "-version") == 0 || std::strcmp(argv[1], "--version") == 0)) {
         print_version_long();
         return 0;
@@ -283,13 +300,6 @@ int tarvo_main(int argc, char** argv)
         return 0;
     }
 
-    int pdf_level = 0;
-    int gs_flag = 0;
-    char const* cfg_file = nullptr;
-    char const* out_file = nullptr;
-    char const* marks_file = nullptr;
-    char const* gs_options = nullptr;
-
     genps = 0;
     doc_title = nullptr;
     optind = 0;  // full re-initialisation of getopt's state
@@ -298,21 +308,21 @@ int tarvo_main(int argc, char** argv)
         switch (opt) {
         case 's':
             ++genps;
-            pdf_level = 0;
+            o.pdf_level = 0;
             break;
         case 'p':
             ++genps;
-            ++pdf_level;
+            ++o.pdf_level;
             break;
         case 'g':
             ++genps;
-            gs_flag = 1;
-            pdf_level = 0;
+            o.gs_flag = true;
+            o.pdf_level = 0;
             break;
         case 'a':
             ++verbose;
             genps = 0;
-            pdf_level = 0;
+            o.pdf_level = 0;
             break;
         case 'v':
             ++verbose;
@@ -320,22 +330,22 @@ int tarvo_main(int argc, char** argv)
         case 'd':
             ++debug;
             genps = 0;
-            pdf_level = 0;
+            o.pdf_level = 0;
             break;
         case 'V':
             std::printf("%s: %s %s\n", progname, kName, kVersion);
             return 0;
         case 'c':
-            cfg_file = optarg;
+            o.cfg_file = optarg;
             break;
         case 'o':
-            out_file = optarg;
+            o.out_file = optarg;
             break;
         case 'm':
-            marks_file = optarg;
+            o.marks_file = optarg;
             break;
         case 'G':
-            gs_options = optarg;
+            o.gs_options = optarg;
             break;
         case 't':
             doc_title = optarg;
@@ -356,39 +366,43 @@ int tarvo_main(int argc, char** argv)
             break;
         }
     }
+    o.files = argv + optind;
+    o.file_count = argc - optind;
 
-    if (verbose == 0 && pdf_level == 0 && genps == 0) {
+    if (verbose == 0 && o.pdf_level == 0 && genps == 0) {
         usage(progname);
         return 2;
     }
+    return -1;
+}
 
-    if (int rc = load_configuration(cfg_file); rc != 0)
+// Checks what the run needs (configuration, installed resources, an output
+// that is not an input) and opens the output: the -o file, standard output
+// or, later, the interpreter. `out_owner` receives a file opened here.
+// Returns 0 to go on, or the exit status.
+int set_up_output(Options const& o, FilePtr& out_owner)
+{
+    if (int rc = load_configuration(o.cfg_file); rc != 0)
         return rc;
 
     // Missing installed resources would only show as PostScript errors.
-    if (genps && !ps_resources_present(pdf_level))
+    if (genps && !ps_resources_present(o.pdf_level))
         return 1;
 
-    bool const gs_mode = gs_flag || pdf_level > 0;
-    if (out_file && genps &&
-        output_is_input(out_file, argv + optind, argc - optind, marks_file)) {
-        std::fprintf(stderr, "%s: %s: output file is also an input file\n", progname, out_file);
+    if (o.to_file() && output_is_input(o.out_file, o.files, o.file_count, o.marks_file)) {
+        std::fprintf(stderr, "%s: %s: output file is also an input file\n", progname, o.out_file);
         return 1;
     }
-    // The -o file is written under a temporary name while PostScript is
-    // produced; analysis output goes to standard output.
-    bool const to_file = out_file && genps;
-    if (to_file && !out_file_begin(out_file))
+    if (o.to_file() && !out_file_begin(o.out_file))
         return 1;
-    char const* const write_to = to_file ? out_file_name() : nullptr;
-    if (gs_mode)
+    char const* const write_to = o.to_file() ? out_file_name() : nullptr;
+    if (o.gs_mode())
         out_display = "ghostscript";
-    else if (to_file)
-        out_display = out_file;
+    else if (o.to_file())
+        out_display = o.out_file;
     ps_out_on_error(write_failed);
-    FilePtr out_owner;
-    if (gs_flag) {
-        gs_setup(0, gs_mode && genps ? write_to : out_file, gs_options);
+    if (o.gs_flag) {
+        gs_setup(0, genps ? write_to : o.out_file, o.gs_options);
         // Without a device Ghostscript would open a display window.
         if (genps && !gs_names_device()) {
             std::fprintf(stderr,
@@ -396,12 +410,12 @@ int tarvo_main(int argc, char** argv)
                          progname);
             return 1;
         }
-    } else if (pdf_level > 0) {
-        gs_setup(pdf_level, write_to, gs_options);
-    } else if (to_file) {
+    } else if (o.pdf_level > 0) {
+        gs_setup(o.pdf_level, write_to, o.gs_options);
+    } else if (o.to_file()) {
         out_owner.reset(std::fopen(write_to, "wb"));
         if (!out_owner) {
-            std::perror(out_file);
+            std::perror(o.out_file);
             out_file_commit(false);
             return 1;
         }
@@ -416,57 +430,65 @@ int tarvo_main(int argc, char** argv)
     // A reader that goes away (Ghostscript, or whatever reads standard
     // output) must not kill us silently: the failed write is reported.
     std::signal(SIGPIPE, SIG_IGN);
+    return 0;
+}
 
+// Opens the next input: standard input when no file is named, else the
+// next named file (advancing `next`). Returns null after reporting a file
+// that cannot be read.
+FILE* open_next_input(Options const& o, int& next)
+{
+    if (o.file_count == 0) {
+        in_name = kStdinName;
+        FILE* in = input_open_fd(STDIN_FILENO, false);
+        if (!in)
+            std::perror(in_name);
+        return in;
+    }
+    char const* name = o.files[next++];
+    if (verbose)
+        std::printf("processing file %s\n", name);
+    if (std::strcmp(name, "-") == 0) {
+        // "-" names standard input, which gives no title.
+        in_name = kStdinName;
+        FILE* in = input_open_fd(STDIN_FILENO, false);
+        if (!in)
+            std::perror(in_name);
+        return in;
+    }
+    if (!doc_title) {
+        // Titles end up in archived documents: the file's own name only,
+        // never the directories it was spooled in.
+        static std::string default_title;
+        default_title = file_base_name(name);
+        doc_title = default_title.c_str();
+    }
+    FILE* in = open_input(name);
+    if (in)
+        in_name = name;
+    return in;
+}
+
+// Converts every input in turn. Returns the exit status so far: 1 after an
+// input that could not be opened or read.
+int convert_files(Options const& o)
+{
     hash_setup();
     pcl_init();
     ps_map_init();
     if (genps)
-        ps_set_mode(pdf_level);
+        ps_set_mode(o.pdf_level);
 
     int status = 0;
-    int arg = optind;
-    bool const from_stdin = arg >= argc;
+    int next = 0;
     // One input stream is open at a time; a large buffer saves read calls
     // on big jobs.
     static char in_buffer[kInputBufferSize];
-    while (from_stdin || arg < argc) {
-        FilePtr in_owner;
-        if (from_stdin) {
-            in_name = kStdinName;
-            in_owner.reset(input_open_fd(STDIN_FILENO, false));
-            if (!in_owner) {
-                std::perror(in_name);
-                status = 1;
-                break;
-            }
-        } else {
-            char const* name = argv[arg++];
-            if (verbose)
-                std::printf("processing file %s\n", name);
-            if (std::strcmp(name, "-") == 0) {
-                // "-" names standard input, which gives no title.
-                in_name = kStdinName;
-                in_owner.reset(input_open_fd(STDIN_FILENO, false));
-                if (!in_owner) {
-                    std::perror(in_name);
-                    status = 1;
-                    continue;
-                }
-            } else {
-                if (!doc_title) {
-                    // Titles end up in archived documents: the file's own
-                    // name only, never the directories it was spooled in.
-                    static std::string default_title;
-                    default_title = file_base_name(name);
-                    doc_title = default_title.c_str();
-                }
-                in_owner.reset(open_input(name));
-                if (!in_owner) {
-                    status = 1;
-                    continue;
-                }
-                in_name = name;
-            }
+    do {
+        FilePtr in_owner(open_next_input(o, next));
+        if (!in_owner) {
+            status = 1;
+            continue;
         }
         infp = in_owner.get();
         std::setvbuf(infp, in_buffer, _IOFBF, sizeof in_buffer);
@@ -477,12 +499,16 @@ int tarvo_main(int argc, char** argv)
             status = 1;
         pcl_reset();
         infp = nullptr;
-        if (from_stdin)
-            break;
-    }
+    } while (next < o.file_count);
+    return status;
+}
 
+// Ends the document, closes the output and decides whether the -o file
+// replaces its target. Returns the exit status.
+int finish(Options const& o, FilePtr& out_owner, int status)
+{
     if (genps) {
-        ps_exit(marks_file);
+        ps_exit(o.marks_file);
         // A job that draws nothing writes nothing; the exit status stays.
         // (After an input error that error already says why.)
         if (ps_page_counter == 0 && status == 0)
@@ -496,29 +522,44 @@ int tarvo_main(int argc, char** argv)
         outfp = nullptr;
         errno = 0;
         if (std::fclose(out_owner.release()) != 0) {
-            std::fprintf(stderr, "%s: %s: %s\n", progname, out_file, std::strerror(errno ? errno : EIO));
+            std::fprintf(stderr, "%s: %s: %s\n", progname, o.out_file, std::strerror(errno ? errno : EIO));
             status = 1;
         }
     }
-    if (gs_mode && outfp) {
+    if (o.gs_mode() && outfp) {
         if (int const rc = gs_close(); rc != 0) {
             report_gs_status(rc);
             status = 1;
         }
     }
-    if (to_file) {
+    if (o.to_file()) {
         // Only a complete, non-empty result replaces the target. The
         // interpreter may end well and still write nothing.
         bool const drawn = ps_page_counter != 0;
         OutputCommit const done = out_file_commit(status == 0 && drawn);
         if (done == OutputCommit::empty && drawn) {
-            std::fprintf(stderr, "%s: %s: ghostscript wrote nothing; no output written\n", progname, out_file);
+            std::fprintf(stderr, "%s: %s: ghostscript wrote nothing; no output written\n", progname, o.out_file);
             status = 1;
         } else if (done == OutputCommit::failed && status == 0 && drawn) {
             status = 1;
         }
     }
     return status;
+}
+
+}  // namespace
+
+int tarvo_main(int argc, char** argv)
+{
+    progname = base_name(argc > 0 ? argv[0] : nullptr);
+    Options o;
+    if (int const rc = parse_options(argc, argv, o); rc >= 0)
+        return rc;
+    FilePtr out_owner;
+    if (int const rc = set_up_output(o, out_owner); rc != 0)
+        return rc;
+    int const status = convert_files(o);
+    return finish(o, out_owner, status);
 }
 
 void usage(char const* prog)
