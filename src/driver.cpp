@@ -229,20 +229,30 @@ void report_gs_status(int rc)
     std::fprintf(stderr, "%s: ghostscript returned exit status %d\n", progname, wait_status_code(rc));
 }
 
-// A write of the document failed (a full disk, a reader that went away):
-// the run ends here. The interpreter is waited for, so that it does not
-// write on after the run; the temporary output file goes at exit.
-void write_failed(int err)
+// The output failed (a write, or the start of the interpreter): the run
+// ends, unwinding to the driver, which reports and sets the exit status.
+struct OutputFailed {
+    int err;  // of the failed write; 0 when the opener has reported
+};
+
+[[noreturn]] void output_failed(int err)
 {
-    std::fprintf(stderr, "%s: %s: %s\n", progname, out_display, std::strerror(err));
-    if (int const rc = gs_close(); rc > 0)
-        report_gs_status(rc);
-    // exit() skips the file loop's owner of the input stream: close it here.
-    if (infp != nullptr) {
-        std::fclose(infp);
-        infp = nullptr;
+    throw OutputFailed{err};
+}
+
+// Reports the failure that ended the run and returns the exit status. The
+// interpreter is waited for, so that it does not write on after the run;
+// the temporary output file goes at exit.
+int report_output_failure(OutputFailed const& failure)
+{
+    infp = nullptr;  // its owner in the file loop has closed it
+    if (failure.err != 0) {
+        std::fprintf(stderr, "%s: %s: %s\n", progname, out_display, std::strerror(failure.err));
+        if (int const rc = gs_close(); rc > 0)
+            report_gs_status(rc);
     }
-    std::exit(1);
+    outfp = nullptr;
+    return 1;
 }
 
 // Flushes the output and reports a failed write (analysis traces, and the
@@ -400,7 +410,7 @@ int set_up_output(Options const& o, FilePtr& out_owner)
         out_display = "ghostscript";
     else if (o.to_file())
         out_display = o.out_file;
-    ps_out_on_error(write_failed);
+    ps_out_on_error(output_failed);
     if (o.gs_flag) {
         gs_setup(0, genps ? write_to : o.out_file, o.gs_options);
         // Without a device Ghostscript would open a display window.
@@ -558,8 +568,12 @@ int tarvo_main(int argc, char** argv)
     FilePtr out_owner;
     if (int const rc = set_up_output(o, out_owner); rc != 0)
         return rc;
-    int const status = convert_files(o);
-    return finish(o, out_owner, status);
+    try {
+        int const status = convert_files(o);
+        return finish(o, out_owner, status);
+    } catch (OutputFailed const& failure) {
+        return report_output_failure(failure);
+    }
 }
 
 void usage(char const* prog)

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "common/command_pipe.h"
 #include "config_store.h"
 #include "pcl/environment.h"
 #include "pcl/ps/resources.h"
@@ -17,7 +18,7 @@ std::string gs_cmd;
 
 namespace {
 
-FILE* gs_pipe = nullptr;
+CommandPipe gs_pipe;
 
 // Output into the pipe is buffered in large blocks.
 constexpr size_t kPipeBufferSize = 64 * 1024;
@@ -130,28 +131,25 @@ bool gs_names_device()
     return names(gs_cmd.c_str()) || names(std::getenv("GS_OPTIONS")) || (device && *device);
 }
 
-void gs_run()
+bool gs_run()
 {
     // An interpreter that dies early must not kill the converter; writes
     // into the broken pipe fail quietly and the exit status tells.
     std::signal(SIGPIPE, SIG_IGN);
     std::fflush(nullptr);
-    gs_pipe = popen(gs_cmd.c_str(), "w");
+    gs_pipe = CommandPipe(gs_cmd.c_str());
     if (!gs_pipe) {
         std::perror("popen");
-        std::exit(1);
+        return false;
     }
-    std::setvbuf(gs_pipe, pipe_buffer, _IOFBF, sizeof pipe_buffer);
-    outfp = gs_pipe;
+    std::setvbuf(gs_pipe.get(), pipe_buffer, _IOFBF, sizeof pipe_buffer);
+    outfp = gs_pipe.get();
+    return true;
 }
 
 int gs_close()
 {
-    if (!gs_pipe)
-        return -1;
-    FILE* pipe = gs_pipe;
-    gs_pipe = nullptr;
-    if (outfp == pipe)
+    if (gs_pipe && outfp == gs_pipe.get())
         outfp = nullptr;
-    return pclose(pipe);
+    return gs_pipe.close();
 }

@@ -11,7 +11,9 @@ extern std::string gs_cmd;
 std::string gs_output_name(char const* output);
 
 void gs_setup(int level, char const* output, char const* options);
-void gs_run();
+// Starts the interpreter and makes its pipe the output stream. Returns
+// false after reporting when it cannot be started.
+bool gs_run();
 // True when the command line built by gs_setup, or Ghostscript's own
 // environment (GS_DEVICE, GS_OPTIONS), selects an output device.
 bool gs_names_device();

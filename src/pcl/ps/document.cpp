@@ -306,9 +306,9 @@ void ps_set_mode(int mode)
 
 void ps_init()
 {
-    if (!ps_out_ready())
-        gs_run();
-    // gs_run reports and exits when the pipe cannot be opened, so a missing
+    if (!ps_out_ready() && !gs_run())
+        ps_out_open_failed();
+    // The driver ends the run when the pipe cannot be opened, so a missing
     // stream only happens when the converter is driven without output (as
     // in tests); then the document is not started and nothing is written.
     if (!ps_out_ready())

@@ -172,6 +172,12 @@ void ps_out_on_error(ps_out_error_handler handler)
     error_handler = handler;
 }
 
+void ps_out_open_failed()
+{
+    if (error_handler)
+        error_handler(0);
+}
+
 void ps_out_reset()
 {
     len = 0;

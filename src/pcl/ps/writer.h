@@ -51,11 +51,15 @@ void ps_out_flush();
 // The errno of the first write that failed, or 0.
 int ps_out_error();
 
-// Called with the errno of the first write that fails, as soon as it fails;
-// the driver ends the run there. Without a handler (as in tests) the error
-// is only recorded.
+// Called as soon as the output fails: with the errno of the first write
+// that failed, or with 0 when the output stream could not be opened (the
+// opener has said why). The driver ends the run there. Without a handler
+// (as in tests) a failed write is only recorded.
 using ps_out_error_handler = void (*)(int err);
 void ps_out_on_error(ps_out_error_handler handler);
+
+// The output stream could not be opened: the handler is told.
+void ps_out_open_failed();
 
 // Drops buffered output and the recorded error; used by tests.
 void ps_out_reset();
