@@ -126,8 +126,7 @@ void convert(uint8_t const* data, size_t size, int ps_mode, bool piped)
     // Drop everything a run may leave behind, so leaks show and the next run
     // starts clean.
     mac_reset(3);
-    while (font_list)
-        fnt_free(font_list);
+    font_list.clear();
     std::fclose(in);
     infp = nullptr;
 }

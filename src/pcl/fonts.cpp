@@ -10,17 +10,15 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <new>
 
 #include "common/numeric.h"
 #include "pcl/environment.h"
 #include "pcl/escape_parser.h"
 #include "run_mode.h"
-#include "invariant.h"
 
 pcl_font font[2] = {font_defaults, font_defaults};
 pcl_font default_font[2] = {font_defaults, font_defaults};
-font_node* font_list = nullptr;
+std::vector<font_node> font_list;
 
 namespace {
 
@@ -28,11 +26,6 @@ constexpr int32_t STYLE_MAX = 32767;
 constexpr int32_t TYPEFACE_MAX = 65535;
 constexpr int32_t STROKE_MIN = -7;
 constexpr int32_t STROKE_MAX = 7;
-
-[[noreturn]] void assertion_failed(char const* function, char const* expr)
-{
-    invariant_failed("pcl/parser", function, expr);
-}
 
 // The entry addressed by the primary (ESC(s) or secondary (ESC)s) commands.
 int addressed_index() { return fontind != 0 ? 1 : 0; }
@@ -53,18 +46,8 @@ int32_t magnitude_limited(double value, int32_t max)
 
 font_node* find_node(int32_t id)
 {
-    for (font_node* fp = font_list; fp; fp = fp->next)
-        if (fp->id == id)
-            return fp;
-    return nullptr;
-}
-
-size_t font_list_length()
-{
-    size_t n = 0;
-    for (font_node* fp = font_list; fp; fp = fp->next)
-        ++n;
-    return n;
+    auto const it = std::find_if(font_list.begin(), font_list.end(), [id](font_node const& n) { return n.id == id; });
+    return it == font_list.end() ? nullptr : &*it;
 }
 
 }  // namespace
@@ -191,15 +174,13 @@ void pcl_font_ctl(double value)
     int32_t const id = env.font_id;
     switch (v) {
     case 0:
-        while (font_list)
-            fnt_free(font_list);
+        font_list.clear();
         break;
     case 1:
         fnt_reset();
         break;
     case 2:
-        if (font_node* fp = find_node(id))
-            fnt_free(fp);
+        std::erase_if(font_list, [id](font_node const& n) { return n.id == id; });
         break;
     case 3:
         if (verbose)
@@ -218,14 +199,12 @@ void pcl_font_ctl(double value)
         if (!fp) {
             // Nothing reads the list, so a bound on its length costs no
             // output; it keeps memory and the linear searches bounded.
-            if (font_list_length() >= FONT_LIST_MAX) {
+            if (font_list.size() >= FONT_LIST_MAX) {
                 if (verbose)
                     std::printf("Unknown: font list full\n");
                 return;
             }
-            fp = fnt_alloc();
-            fp->next = font_list;
-            font_list = fp;
+            fp = &font_list.emplace_back();
         }
         fp->id = id;
         fp->type = TEMPORARY;
@@ -246,38 +225,7 @@ void pcl_font_byid(int id, int which)
     changed(i);
 }
 
-font_node* fnt_alloc()
-{
-    font_node* f = new (std::nothrow) font_node{};
-    if (f == nullptr)
-        assertion_failed("fnt_alloc", "f != NULL");
-    return f;
-}
-
-void fnt_free(font_node* fp)
-{
-    if (font_list == nullptr)
-        assertion_failed("fnt_free", "font_list != NULL");
-    font_node** link = &font_list;
-    while (*link != fp) {
-        if (*link == nullptr)
-            assertion_failed("fnt_free", "fp->next != NULL");
-        link = &(*link)->next;
-    }
-    *link = fp->next;
-    delete fp;
-}
-
 void fnt_reset()
 {
-    font_node** link = &font_list;
-    while (font_node* fp = *link) {
-        font_node* const next = fp->next;
-        if (fp->type == TEMPORARY) {
-            *link = next;
-            delete fp;
-        } else {
-            link = &fp->next;
-        }
-    }
+    std::erase_if(font_list, [](font_node const& n) { return n.type == TEMPORARY; });
 }

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "pcl/environment.h"
 #include "symbol_sets.h"
@@ -33,7 +34,6 @@ inline constexpr pcl_font font_defaults{0, SS_4U, 0, 0, 0, 0, 10.0, 12.0};
 inline constexpr size_t FONT_LIST_MAX = 1024;
 
 struct font_node {
-    font_node* next;
     int32_t id;
     int32_t type;
     pcl_font font;
@@ -41,7 +41,8 @@ struct font_node {
 
 extern pcl_font font[2];
 extern pcl_font default_font[2];
-extern font_node* font_list;
+// Assigned font IDs, oldest first.
+extern std::vector<font_node> font_list;
 
 // The index of the active entry: env.font_sel names it, 0 primary and 1
 // secondary (SI and SO switch it).
@@ -67,6 +68,5 @@ void pcl_font_recompute_hmi();
 // hmi = trunc(72000 / pitch of the active entry) without trace or counter;
 // an unusable pitch leaves it as it was.
 void pcl_font_hmi_from_pitch();
-font_node* fnt_alloc();
-void fnt_free(font_node* fp);
+// Deletes the temporary font IDs (a printer reset).
 void fnt_reset();

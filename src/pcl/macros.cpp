@@ -2,9 +2,9 @@
 
 #include <cinttypes>
 #include <cstdio>
-#include <cstdlib>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "common/numeric.h"
 #include "pcl/environment.h"
@@ -13,16 +13,10 @@
 #include "run_mode.h"
 #include "invariant.h"
 
-pcl_macro* macro_list;
+std::map<int32_t, pcl_macro> macro_store;
 pcl_macro* cur_macro;
-unsigned char mac_tmp_buf[MAC_TMP_BUF_SIZE];
-unsigned char* mac_tmp_buf_p = mac_tmp_buf;
-int mac_tmp_buf_len;
 int in_macro_definition;
-macro_frame macro_stack[MAC_MAX_NESTING];
 int mac_nesting;
-pcl_macro* exec_macro;
-unsigned char* exec_macro_p;
 
 namespace {
 
@@ -30,12 +24,32 @@ namespace {
 // cut off at the end of a definition.
 constexpr int CLOSING_COMMAND_LEN = 5;
 
-// Records unlinked from macro_list while a replay level still reads them
-// (at most one per replay level).
-pcl_macro* detached_list;
+// The body of the macro being defined, and the bytes staged for it: they
+// are appended in blocks of MAC_TMP_BUF_SIZE, and the size limit is checked
+// per block.
+std::vector<uint8_t> recording;
+unsigned char staged[MAC_TMP_BUF_SIZE];
+int staged_len;
 
-// The record on macro_list for each ID.
-pcl_macro* slots[MAC_ID_MAX + 1];
+// The level being replayed: its body, the next byte and the end, and its ID
+// for messages. Null body at the file level.
+struct replay_pos {
+    macro_body body;
+    uint8_t const* pos = nullptr;
+    uint8_t const* end = nullptr;
+    int32_t id = 0;
+};
+replay_pos exec;
+
+// What a level started from: the caller's replay position and, for a call
+// or an overlay, its environment and fonts.
+struct macro_frame {
+    int32_t mode;
+    replay_pos caller;
+    pcl_env env;
+    pcl_font font[2];
+};
+macro_frame macro_stack[MAC_MAX_NESTING];
 
 // Replay units spent in this run, the absolute part of the allowance, and
 // the input count when the run started.
@@ -55,64 +69,19 @@ int32_t drain_serial;
     invariant_failed("pcl/macro", func, expr);
 }
 
-unsigned char* macro_end(pcl_macro const* m) { return m->data + m->size; }
-
 bool valid_id(int id) { return id >= 0 && id <= MAC_ID_MAX; }
-
-void link_head(pcl_macro* m)
-{
-    m->prev = nullptr;
-    m->next = macro_list;
-    if (macro_list != nullptr)
-        macro_list->prev = m;
-    macro_list = m;
-    slots[m->id] = m;
-}
-
-void unlink(pcl_macro* m)
-{
-    if (m->prev != nullptr)
-        m->prev->next = m->next;
-    else
-        macro_list = m->next;
-    if (m->next != nullptr)
-        m->next->prev = m->prev;
-    m->next = m->prev = nullptr;
-    slots[m->id] = nullptr;
-}
 
 void empty_staging()
 {
-    mac_tmp_buf_p = mac_tmp_buf;
-    mac_tmp_buf_len = 0;
+    staged_len = 0;
 }
 
-void destroy(pcl_macro* m)
+// The definition in progress ends without a macro.
+void forget_recording()
 {
-    std::free(m->data);
-    delete m;
-}
-
-// Drops one replay level's hold on a record; a detached record goes when
-// nobody reads it any more.
-void release(pcl_macro* m)
-{
-    if (m == nullptr || --m->refs > 0 || !m->detached)
-        return;
-    pcl_macro** link = &detached_list;
-    while (*link != nullptr && *link != m)
-        link = &(*link)->next;
-    if (*link == m)
-        *link = m->next;
-    destroy(m);
-}
-
-void detach(pcl_macro* m)
-{
-    m->detached = 1;
-    m->prev = nullptr;
-    m->next = detached_list;
-    detached_list = m;
+    cur_macro = nullptr;
+    empty_staging();
+    std::vector<uint8_t>().swap(recording);
 }
 
 // The raw reader of the level that is active now.
@@ -210,20 +179,14 @@ void restore_frame(macro_frame const& f)
 void pop_level(bool restore)
 {
     --mac_nesting;
-    macro_frame const& f = macro_stack[mac_nesting];
-    pcl_macro* const ended = exec_macro;
-    exec_macro = f.macro;
-    exec_macro_p = f.pos;
+    macro_frame& f = macro_stack[mac_nesting];
+    // The ending level's body stays alive until the flush below has run.
+    replay_pos const ended = std::exchange(exec, std::move(f.caller));
     if (restore && f.mode != MAC_EXECUTE) {
         // Text of the ending level is written in its own font and place
         // before the caller's environment comes back.
         cbuf_flush(f.mode == MAC_OVERLAY ? 2 : 1);
         restore_frame(f);
-    }
-    release(ended);
-    if (mac_nesting == 0) {
-        exec_macro = nullptr;
-        exec_macro_p = nullptr;
     }
 }
 
@@ -241,35 +204,22 @@ void abandon_levels(bool restore)
 
 void delete_all()
 {
-    while (macro_list != nullptr)
-        mac_free(macro_list);
+    if (cur_macro != nullptr)
+        forget_recording();
+    macro_store.clear();
 }
 
 void delete_type(int kind)
 {
-    pcl_macro* m = macro_list;
-    while (m != nullptr) {
-        pcl_macro* const next = m->next;
-        if (m->type == kind)
-            mac_free(m);
-        m = next;
-    }
-}
-
-pcl_macro* mac_alloc()
-{
-    auto* mp = new (std::nothrow) pcl_macro{};
-    if (mp == nullptr)
-        macro_assert("mp != NULL", "mac_alloc");
-    return mp;
+    if (cur_macro != nullptr && cur_macro->type == kind)
+        forget_recording();
+    std::erase_if(macro_store, [kind](auto const& entry) { return entry.second.type == kind; });
 }
 
 // Drops the macro being defined after a failed or refused growth.
 void drop_current()
 {
     mac_free(cur_macro);
-    cur_macro = nullptr;
-    empty_staging();
 }
 
 }  // namespace
@@ -349,80 +299,44 @@ void mac_start_def(int id)
         cur_macro = nullptr;
         return;
     }
-    pcl_macro* m = mac_get_byid(id);
-    if (m != nullptr && m->refs > 0) {
-        // Being replayed: a fresh record takes its place in the list.
-        pcl_macro* const fresh = mac_alloc();
-        fresh->id = id;
-        fresh->prev = m->prev;
-        fresh->next = m->next;
-        if (m->prev != nullptr)
-            m->prev->next = fresh;
-        else
-            macro_list = fresh;
-        if (m->next != nullptr)
-            m->next->prev = fresh;
-        slots[id] = fresh;
-        detach(m);
-        m = fresh;
-    } else if (m != nullptr) {
-        std::free(m->data);
-    } else {
-        m = mac_alloc();
-        m->id = id;
-        link_head(m);
-    }
-    m->id = id;
-    m->type = TEMPORARY;
-    m->size = 0;
-    m->data = nullptr;
-    m->capacity = 0;
-    cur_macro = m;
+    // An old body that a level still replays stays with that level.
+    pcl_macro& m = macro_store[id];
+    m = pcl_macro{id, TEMPORARY, nullptr};
+    std::vector<uint8_t>().swap(recording);
+    cur_macro = &m;
 }
 
 void mac_buf_add(int byte)
 {
     if (cur_macro == nullptr)
         return;
-    if (mac_tmp_buf_len >= MAC_TMP_BUF_SIZE) {
+    if (staged_len >= MAC_TMP_BUF_SIZE) {
         mac_buf_flush();
         if (cur_macro == nullptr)
             return;
     }
-    *mac_tmp_buf_p++ = static_cast<unsigned char>(byte);
-    ++mac_tmp_buf_len;
+    staged[staged_len++] = static_cast<unsigned char>(byte);
 }
 
 void mac_buf_flush()
 {
-    if (cur_macro == nullptr || mac_tmp_buf_len == 0)
+    if (cur_macro == nullptr || staged_len == 0)
         return;
-    int const n = cur_macro->size + mac_tmp_buf_len;
+    int const n = static_cast<int>(recording.size()) + staged_len;
     if (n > MAC_MAX_SIZE) {
         if (verbose)
             std::printf("memory allocation exceeds limit for macro %d (%d bytes)\n", cur_macro->id, n);
         drop_current();
         return;
     }
-    if (n > cur_macro->capacity) {
-        int capacity = cur_macro->capacity < MAC_TMP_BUF_SIZE ? MAC_TMP_BUF_SIZE : cur_macro->capacity;
-        while (capacity < n)
-            capacity *= 2;
-        if (capacity > MAC_MAX_SIZE)
-            capacity = MAC_MAX_SIZE;
-        void* grown = std::realloc(cur_macro->data, static_cast<size_t>(capacity));
-        if (grown == nullptr) {
-            if (verbose)
-                std::printf("memory allocation failed for macro %d (%d bytes)\n", cur_macro->id, n);
-            drop_current();
-            return;
-        }
-        cur_macro->data = static_cast<unsigned char*>(grown);
-        cur_macro->capacity = capacity;
+    try {
+        recording.insert(recording.end(), staged, staged + staged_len);
+    } catch (std::bad_alloc const&) {
+        if (verbose)
+            std::printf("memory allocation failed for macro %d (%d bytes)\n", cur_macro->id, n);
+        drop_current();
+        return;
     }
-    for (int i = 0; i < mac_tmp_buf_len; ++i)
-        cur_macro->data[cur_macro->size + i] = mac_tmp_buf[i];
-    cur_macro->size = n;
     empty_staging();
 }
 
@@ -434,33 +348,28 @@ void mac_end_def()
     if (cur_macro == nullptr)
         return;
     pcl_macro* const m = cur_macro;
-    m->size -= CLOSING_COMMAND_LEN;
-    if (m->size > 0) {
+    int const size = static_cast<int>(recording.size()) - CLOSING_COMMAND_LEN;
+    if (size > 0) {
         if (verbose >= 2)
-            std::printf("=> macro %d size %d\n", m->id, m->size);
-        if (m->size < m->capacity) {
-            if (void* fitted = std::realloc(m->data, static_cast<size_t>(m->size))) {
-                m->data = static_cast<unsigned char*>(fitted);
-                m->capacity = m->size;
-            }
-        }
+            std::printf("=> macro %d size %d\n", m->id, size);
+        recording.resize(static_cast<size_t>(size));
+        recording.shrink_to_fit();
+        m->body = std::make_shared<std::vector<uint8_t> const>(std::move(recording));
+        forget_recording();
     } else {
-        m->size = 0;
         if (verbose)
             std::printf("macro %d is empty\n", m->id);
         mac_free(m);
     }
-    cur_macro = nullptr;
 }
 
 pcl_macro* mac_call(int id, int mode)
 {
     // A level whose bytes are all read ends before the next one starts, so
     // a macro that calls another as its last command does not nest deeper.
-    while (mac_nesting > 0 && macro_stack[mac_nesting - 1].mode != MAC_OVERLAY &&
-           exec_macro_p >= macro_end(exec_macro)) {
+    while (mac_nesting > 0 && macro_stack[mac_nesting - 1].mode != MAC_OVERLAY && exec.pos >= exec.end) {
         if (verbose >= 2)
-            std::printf("=> completed macro %d\n", exec_macro->id);
+            std::printf("=> completed macro %d\n", exec.id);
         mac_pop();
     }
     if (verbose >= 2)
@@ -472,7 +381,7 @@ pcl_macro* mac_call(int id, int mode)
     }
     pcl_macro* const m = mac_get_byid(id);
     // A macro whose definition is still open does not exist yet.
-    if (m == nullptr || m == cur_macro || m->size <= 0) {
+    if (m == nullptr || m == cur_macro || m->size() <= 0) {
         if (verbose)
             std::printf("macro %d does not exist\n", id);
         return nullptr;
@@ -482,8 +391,7 @@ pcl_macro* mac_call(int id, int mode)
     replay_spent += MAC_LEVEL_COST;
     macro_frame& f = macro_stack[mac_nesting];
     f.mode = mode;
-    f.macro = exec_macro;
-    f.pos = exec_macro_p;
+    f.caller = std::move(exec);
     ++mac_nesting;
     if (mode != MAC_EXECUTE) {
         f.env = env;
@@ -491,33 +399,34 @@ pcl_macro* mac_call(int id, int mode)
         f.font[1] = font[1];
     }
     getchar_func = mode == MAC_OVERLAY ? auto_getc : mac_getc;
-    ++m->refs;
-    exec_macro = m;
-    exec_macro_p = m->data;
+    exec.body = m->body;
+    exec.pos = exec.body->data();
+    exec.end = exec.pos + exec.body->size();
+    exec.id = m->id;
     return m;
 }
 
 int mac_getc()
 {
-    if (exec_macro == nullptr)
+    if (exec.body == nullptr)
         macro_assert("exec_macro != NULL", "mac_getc");
     if (mac_nesting == 0)
         macro_assert("mac_nesting != 0", "mac_getc");
-    if (exec_macro_p >= macro_end(exec_macro)) {
+    if (exec.pos >= exec.end) {
         // The level's last command has run in its own environment; the
         // caller's comes back now and its source delivers the byte.
         if (verbose >= 2 && !compat_legacy())
-            std::printf("=> completed macro %d\n", exec_macro->id);
+            std::printf("=> completed macro %d\n", exec.id);
         mac_pop();
         return getchar_func();
     }
-    int const c = *exec_macro_p++;
+    int const c = *exec.pos++;
     ++replay_spent;
-    if (exec_macro_p == macro_end(exec_macro) && compat_legacy()) {
+    if (exec.pos == exec.end && compat_legacy()) {
         // The earlier rendering gave the caller's environment back as the
         // last byte was read, before its command ran.
         if (verbose >= 2)
-            std::printf("=> completed macro %d\n", exec_macro->id);
+            std::printf("=> completed macro %d\n", exec.id);
         mac_pop();
     }
     return c;
@@ -525,18 +434,18 @@ int mac_getc()
 
 int auto_getc()
 {
-    if (exec_macro == nullptr)
+    if (exec.body == nullptr)
         macro_assert("exec_macro != NULL", "auto_getc");
     if (mac_nesting == 0)
         macro_assert("mac_nesting != 0", "auto_getc");
-    if (exec_macro_p >= macro_end(exec_macro)) {
+    if (exec.pos >= exec.end) {
         pop_level(true);
         start_drain(1);
         install_reader();
         return -1;
     }
     ++replay_spent;
-    return *exec_macro_p++;
+    return *exec.pos++;
 }
 
 void mac_pop()
@@ -549,24 +458,17 @@ void mac_pop()
 
 pcl_macro* mac_get_byid(int id)
 {
-    return valid_id(id) ? slots[id] : nullptr;
+    auto const it = macro_store.find(id);
+    return it == macro_store.end() ? nullptr : &it->second;
 }
 
 void mac_free(pcl_macro* macro)
 {
-    if (macro_list == nullptr)
-        macro_assert("macro_list != NULL", "mac_free");
     if (mac_get_byid(macro->id) != macro)
-        macro_assert("prev->next != NULL", "mac_free");
-    unlink(macro);
-    if (macro == cur_macro) {
-        cur_macro = nullptr;
-        empty_staging();
-    }
-    if (macro->refs > 0)
-        detach(macro);
-    else
-        destroy(macro);
+        macro_assert("mac_get_byid(macro->id) == macro", "mac_free");
+    if (macro == cur_macro)
+        forget_recording();
+    macro_store.erase(macro->id);
 }
 
 void mac_reset(int kind)

@@ -5,10 +5,9 @@
 // macro exactly as it reads a file. At most two replay levels are active.
 //
 // Safety rules kept by this module beyond the plain algorithms:
-// - A record that a replay level still reads is never freed or rewritten:
-//   deleting it only unlinks it from macro_list, redefining its ID puts a
-//   fresh record in its place; the old one is freed when the last level
-//   reading it ends.
+// - A body that a replay level still reads is never freed or rewritten:
+//   each level holds its own reference to the bytes it reads, so deleting
+//   or redefining the macro leaves them in place until the level ends.
 // - An overlay runs its own text loop, which must see the end of its input
 //   exactly once even when its bytes end inside an escape sequence, a UTF-8
 //   sequence or a data block: after the overlay ends, the reader keeps
@@ -27,12 +26,14 @@
 //   that end by executing or calling themselves (or each other), which would
 //   otherwise re-enter forever at the same depth, whether the input is a
 //   file or a pipe, and keeps the work of a job linear in its size.
-// - Macro IDs are 0..32767; each ID has one slot, so lookups take constant
-//   time. A definition under another ID is read and dropped, and such an ID
-//   names no macro.
+// - Macro IDs are 0..32767. A definition under another ID is read and
+//   dropped, and such an ID names no macro.
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <memory>
+#include <vector>
 
 #include "pcl/environment.h"
 #include "pcl/fonts.h"
@@ -51,36 +52,22 @@ constexpr uint64_t MAC_REPLAY_BASE = uint64_t{64} << 20;
 constexpr uint64_t MAC_REPLAY_PER_INPUT_BYTE = 64;
 constexpr uint64_t MAC_LEVEL_COST = 256;
 
+// The recorded bytes of a macro, shared with the replay levels reading them.
+using macro_body = std::shared_ptr<std::vector<uint8_t> const>;
+
 struct pcl_macro {
-    pcl_macro* next;
-    pcl_macro* prev;   // previous record of macro_list (or detached list)
     int32_t id;
     int32_t type;
-    int32_t size;
-    unsigned char* data;
-    int32_t capacity;  // allocated bytes of data
-    int32_t refs;      // replay levels reading this record
-    int32_t detached;  // no longer on macro_list; freed when refs drops to 0
+    macro_body body;  // null while the definition is open
+
+    int32_t size() const { return body ? static_cast<int32_t>(body->size()) : 0; }
 };
 
-struct macro_frame {
-    int32_t mode;
-    pcl_macro* macro;
-    unsigned char* pos;
-    pcl_env env;
-    pcl_font font[2];
-};
-
-extern pcl_macro* macro_list;
+// The defined macros by ID (and the one being defined).
+extern std::map<int32_t, pcl_macro> macro_store;
 extern pcl_macro* cur_macro;
-extern unsigned char mac_tmp_buf[MAC_TMP_BUF_SIZE];
-extern unsigned char* mac_tmp_buf_p;
-extern int mac_tmp_buf_len;
 extern int in_macro_definition;
-extern macro_frame macro_stack[MAC_MAX_NESTING];
 extern int mac_nesting;
-extern pcl_macro* exec_macro;
-extern unsigned char* exec_macro_p;
 
 void pcl_macro_id(double value);
 void pcl_macro_ctl(double value);

@@ -15,16 +15,15 @@ protected:
         env = pcl_env{};
         env.hmi = 7200;
         env.font_serial = 100;
-        while (font_list)
-            fnt_free(font_list);
+        font_list.clear();
     }
 
-    static int list_length()
+    static std::vector<int32_t> ids()
     {
-        int n = 0;
-        for (font_node* fp = font_list; fp; fp = fp->next)
-            ++n;
-        return n;
+        std::vector<int32_t> out;
+        for (font_node const& n : font_list)
+            out.push_back(n.id);
+        return out;
     }
 };
 
@@ -39,7 +38,7 @@ TEST_F(Fonts, RejectedAndHostileValues)
         pcl_font_pitch_mode(v);
     for (double v : {3.0, 7.0, -1.0})
         pcl_font_ctl(v);
-    EXPECT_EQ(font_list, nullptr);
+    EXPECT_TRUE(font_list.empty());
     EXPECT_TRUE(before == font[0]);
     EXPECT_EQ(env.hmi, 7200);
     EXPECT_EQ(env.font_serial, 100);
@@ -83,9 +82,9 @@ TEST_F(Fonts, FontListAssignResetAndDelete)
     env.font_sel = 1;
     font[1].typeface = 7;
     pcl_font_ctl(6);
-    ASSERT_EQ(list_length(), 1);
-    EXPECT_EQ(font_list->type, TEMPORARY);
-    EXPECT_EQ(font_list->font.typeface, 7);
+    ASSERT_EQ(ids(), std::vector<int32_t>{5});
+    EXPECT_EQ(font_list[0].type, TEMPORARY);
+    EXPECT_EQ(font_list[0].font.typeface, 7);
     pcl_font_ctl(2);
 
     for (int id : {1, 2, 3, 4})
@@ -94,16 +93,13 @@ TEST_F(Fonts, FontListAssignResetAndDelete)
     pcl_font_id(1), pcl_font_ctl(5);
     pcl_font_id(99), pcl_font_ctl(2);  // no such node
     fnt_reset();
-    ASSERT_EQ(list_length(), 2);
-    EXPECT_EQ(font_list->id, 3);
-    EXPECT_EQ(font_list->next->id, 1);
+    EXPECT_EQ(ids(), (std::vector<int32_t>{1, 3}));
 
     // A permanent node made temporary again dies at the next reset.
     pcl_font_id(3), pcl_font_ctl(4), pcl_font_ctl(1);
-    ASSERT_EQ(list_length(), 1);
-    EXPECT_EQ(font_list->id, 1);
+    EXPECT_EQ(ids(), std::vector<int32_t>{1});
     pcl_font_ctl(0);
-    EXPECT_EQ(font_list, nullptr);
+    EXPECT_TRUE(font_list.empty());
 }
 
 TEST_F(Fonts, FontListIsBounded)
@@ -113,12 +109,12 @@ TEST_F(Fonts, FontListIsBounded)
     pcl_font_id(-5);
     verbose = 1;
     EXPECT_EQ(capture_stdout([] { pcl_font_ctl(6); }), "Unknown: font list full\n");
-    EXPECT_EQ(list_length(), static_cast<int>(FONT_LIST_MAX));
+    EXPECT_EQ(font_list.size(), FONT_LIST_MAX);
     // Existing IDs can still be reassigned, and room made by deleting.
     pcl_font_id(0), pcl_font_ctl(6), pcl_font_ctl(2);
     pcl_font_id(-5), pcl_font_ctl(6);
-    EXPECT_EQ(font_list->id, -5);
-    EXPECT_EQ(list_length(), static_cast<int>(FONT_LIST_MAX));
+    EXPECT_EQ(font_list.back().id, -5);
+    EXPECT_EQ(font_list.size(), FONT_LIST_MAX);
 }
 
 }  // namespace

@@ -109,7 +109,7 @@ TEST_F(MacroParse, OverlayCutInsideASequenceEndsItsLoopOnce)
         pcl += "Q";
         run_pcl(pcl, 0);
         ASSERT_NE(mac_get_byid(1), nullptr);
-        EXPECT_EQ(mac_get_byid(1)->size, static_cast<int>(cut.body.size()));
+        EXPECT_EQ(mac_get_byid(1)->size(), static_cast<int>(cut.body.size()));
         EXPECT_EQ(env.page_serial, 50);
         EXPECT_EQ(env.cur_x, env.left_margin + env.hmi);
         EXPECT_EQ(mac_nesting, 0);
