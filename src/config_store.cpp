@@ -38,6 +38,7 @@ struct ConfigStore {
 };
 
 ConfigStore cfg;
+uint32_t changes;
 
 // White space of the C locale, tested without consulting the locale.
 constexpr bool is_space(char c)
@@ -145,6 +146,7 @@ int parse_line(char const* line, std::string& section)
 
 int config_add_value(char const* section, char const* item, char const* value)
 {
+    ++changes;
     size_t const n = cfg.values.size();
     std::vector<int>* in_section = nullptr;
     std::vector<int>* in_name = nullptr;
@@ -259,8 +261,11 @@ int config_parse_option(char const* text)
     return config_add_value(section.c_str(), name.c_str(), value.c_str());
 }
 
+uint32_t config_changes() { return changes; }
+
 void config_clear()
 {
+    ++changes;
     cfg.sections.clear();
     cfg.items.clear();
     cfg.values.clear();

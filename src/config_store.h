@@ -16,5 +16,9 @@ int config_parse_option(char const* text);
 // int32 range; text that is not a number reads as 0.
 int32_t config_int(char const* text);
 
+// A count that changes whenever an entry is added or the store is emptied:
+// what was computed from the configuration under an equal count still holds.
+uint32_t config_changes();
+
 // Empties the store (start-up state); used by tests.
 void config_clear();

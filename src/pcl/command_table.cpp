@@ -1,5 +1,6 @@
 #include "pcl/command_table.h"
 
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -198,6 +199,41 @@ constexpr uint32_t fnv_offset_basis = 0x811C9DC5u;
 constexpr uint32_t fnv_prime = 16777619u;
 constexpr unsigned max_hash_bits = 16;
 
+// Every command a job sends is looked up, so the keys made of a
+// parameterized character (& * ( )), a lower-case group character and a
+// terminator from @ to Z are also found through a direct table, indexed by
+// those three characters, holding the row's index plus one (0: no such
+// command). The hash chains stay the reference: the table is filled from
+// them, and keys outside its range are looked up in them.
+constexpr int direct_groups = 26;
+constexpr int direct_terminators = 'Z' - '@' + 1;
+uint16_t direct_rows[4][direct_groups][direct_terminators];
+
+// The table plane of each parameterized character, -1 for other bytes.
+constexpr auto direct_planes = [] {
+    std::array<int8_t, 256> planes{};
+    planes.fill(-1);
+    planes['&'] = 0;
+    planes['*'] = 1;
+    planes['('] = 2;
+    planes[')'] = 3;
+    return planes;
+}();
+
+// The table position of a key, or false when the key lies outside it.
+inline bool direct_slot(char const* key, int* p, int* g, int* t)
+{
+    // Each character is read only when the ones before it are not the end.
+    *p = direct_planes[static_cast<unsigned char>(key[0])];
+    if (*p < 0)
+        return false;
+    *g = key[1] - 'a';
+    if (static_cast<unsigned>(*g) >= static_cast<unsigned>(direct_groups))
+        return false;
+    *t = key[2] - '@';
+    return static_cast<unsigned>(*t) < static_cast<unsigned>(direct_terminators) && key[3] == '\0';
+}
+
 }  // namespace
 
 void hash_setup()
@@ -235,6 +271,20 @@ void hash_setup()
     }
     if (debug >= 2)
         std::printf("hash: syn cnt = %d\n", synonyms);
+
+    // The direct table answers as the chains do: for each key in its range,
+    // the first row of the key's chain that has that key.
+    std::memset(direct_rows, 0, sizeof direct_rows);
+    static_assert(sizeof intlist / sizeof intlist[0] < UINT16_MAX, "row indexes fit the direct table");
+    for (int i = 0; i < cnt; ++i) {
+        int p, g, t;
+        if (!direct_slot(intlist[i].key, &p, &g, &t) || direct_rows[p][g][t] != 0)
+            continue;
+        pcl_cmd const* first = hash_buckets[hash_key(intlist[i].key)];
+        while (first != nullptr && std::strcmp(first->key, intlist[i].key) != 0)
+            first = first->next;
+        direct_rows[p][g][t] = static_cast<uint16_t>(first - intlist + 1);
+    }
 }
 
 unsigned int hash_key(char const* key)
@@ -273,6 +323,10 @@ pcl_cmd* hash_lookup(char const* key)
 {
     if (hash_buckets == nullptr)
         return nullptr;
+    if (int p, g, t; direct_slot(key, &p, &g, &t)) {
+        unsigned const row = direct_rows[p][g][t];
+        return row != 0 ? &intlist[row - 1] : nullptr;
+    }
     for (pcl_cmd* row = hash_buckets[hash_key(key)]; row != nullptr; row = row->next)
         if (same_key(row->key, key))
             return row;

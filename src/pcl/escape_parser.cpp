@@ -1,5 +1,6 @@
 #include "pcl/escape_parser.h"
 
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <limits>
@@ -90,6 +91,20 @@ int data_kind(char const* key)
     }());
     if ((key[2] != 'W' && key[2] != 'V' && key[2] != 'X') || key[3] != '\0')
         return 0;
+    // Copies, positions and macro control (&lX, *pX, &fX) end in X too: a table of the
+    // first two characters' low bits (which keep & * ( ) % apart) sends
+    // them away before the comparisons.
+    auto pair_slot = [](char p, char g) {
+        return (static_cast<unsigned>(p) & 7u) * 32u + (static_cast<unsigned>(g) & 31u);
+    };
+    static constexpr auto may_carry = [&] {
+        std::array<bool, 256> slots{};
+        for (entry const& e : kinds)
+            slots[pair_slot(e.key[0], e.key[1])] = true;
+        return slots;
+    }();
+    if (!may_carry[pair_slot(key[0], key[1])])
+        return 0;
     for (entry const& e : kinds)
         if (e.key[0] == key[0] && e.key[1] == key[1] && e.key[2] == key[2] && key[3] == '\0')
             return e.kind;
@@ -119,16 +134,13 @@ bool parse_groups(char p, char g)
         int64_t divisor = 0;
         double sign = 1.0;
         movetype = 0;
+        // Reading a group changes nothing that decides how bytes are read:
+        // whether they come straight from the input is settled once per group
+        // (the command at its end may change it).
+        bool const direct = input_is_direct() && !utf8_text_method();
         for (;;) {
-            int c = pcl_next_char();
-            if (c == '+') {
-                movetype = 1;
-            } else if (c == '-') {
-                sign = -sign;
-                movetype = 1;
-            } else if (c == '.') {
-                divisor = 10;
-            } else if (is_digit(c)) {
+            int c = direct ? getc_unlocked(infp) : pcl_get_char();
+            if (is_digit(c)) {
                 int d = c - '0';
                 if (divisor == 0) {
                     value = value * 10 + d;
@@ -138,6 +150,13 @@ bool parse_groups(char p, char g)
                     value += static_cast<double>(d) / static_cast<double>(divisor);
                     divisor *= 10;
                 }
+            } else if (c == '+') {
+                movetype = 1;
+            } else if (c == '-') {
+                sign = -sign;
+                movetype = 1;
+            } else if (c == '.') {
+                divisor = 10;
             } else if (is_upper_terminator(c) || is_lower_terminator(c)) {
                 interp(p, g, static_cast<char>(c), sign * value);
                 if (is_upper_terminator(c)) {

@@ -43,15 +43,15 @@ int typeface_class(pcl_font const& f)
     }
 }
 
-}  // namespace
+// What the configuration gives a text font: its PostScript name and the
+// configured width of its fixed-pitch form.
+struct configured_font {
+    char const* name;
+    char const* width;
+};
 
-ps_font_choice ps_font_for(pcl_font const& f)
+configured_font look_up_font(pcl_font const& f)
 {
-    if (f.symset == SS_19M || f.symset == SS_5M)
-        return {"Symbol", ENC_SYMBOL};
-    if (f.symset == SS_14L)
-        return {"ZapfDingbats", ENC_DINGBATS};
-
     char section[32];
     std::snprintf(section, sizeof section, "tf%d", f.typeface);
     char item[64];
@@ -65,8 +65,51 @@ ps_font_choice ps_font_for(pcl_font const& f)
         name = config_get_option(section, "font", nullptr);
     if (!name)
         name = ps_fonts[typeface_class(f) * 4 + (f.stroke > 0 ? 2 : 0) + (f.style & 1)];
-    return {name, ENC_LATIN1};
+
+    std::snprintf(item, sizeof item, "width-%db%ds", f.stroke, f.style);
+    char const* width = config_get_option(section, item, nullptr);
+    if (!width)
+        width = config_get_option(section, "width", nullptr);
+    return {name, width};
 }
+
+// The text is set in a few fonts that alternate (a form's heading font and
+// its body font on every page), so the answers for the last few fonts are
+// kept with what they depend on: typeface, stroke, style, spacing and the
+// state of the configuration. The strings they point to are the
+// configuration's own, which stay valid while it is unchanged.
+configured_font const& configured(pcl_font const& f)
+{
+    struct kept_font {
+        bool used = false;
+        int32_t typeface = 0, stroke = 0, style = 0, spacing = 0;
+        uint32_t config = 0;
+        configured_font font{};
+    };
+    static kept_font kept[4];
+    static unsigned next_slot;
+    uint32_t const config = config_changes();
+    for (kept_font const& k : kept)
+        if (k.used && k.typeface == f.typeface && k.stroke == f.stroke && k.style == f.style &&
+            k.spacing == f.spacing && k.config == config)
+            return k.font;
+    kept_font& k = kept[next_slot++ % 4];
+    k = {true, f.typeface, f.stroke, f.style, f.spacing, config, look_up_font(f)};
+    return k.font;
+}
+
+}  // namespace
+
+ps_font_choice ps_font_for(pcl_font const& f)
+{
+    if (f.symset == SS_19M || f.symset == SS_5M)
+        return {"Symbol", ENC_SYMBOL};
+    if (f.symset == SS_14L)
+        return {"ZapfDingbats", ENC_DINGBATS};
+    return {configured(f).name, ENC_LATIN1};
+}
+
+char const* ps_font_width_option(pcl_font const& f) { return configured(f).width; }
 
 afm_font const* afm_find(std::string_view name)
 {

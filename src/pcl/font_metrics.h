@@ -49,6 +49,11 @@ unsigned glyph_substitute_for(unsigned code);
 // font or the standard font of the typeface's class.
 ps_font_choice ps_font_for(pcl_font const& f);
 
+// The configured width of a fixed-pitch text font ([tfN] width-<stroke>b
+// <style>s, else width), in percent of the point size, as written; null
+// when none is configured.
+char const* ps_font_width_option(pcl_font const& f);
+
 // The metrics of a font by PostScript name; null when unknown.
 afm_font const* afm_find(std::string_view name);
 // The glyph's index in afm_glyph_names, or -1.

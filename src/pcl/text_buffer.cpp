@@ -26,6 +26,31 @@ int32_t cbuf_fast_adv[256];
 
 namespace {
 
+// The 256 codes of a symbol set. A macro replayed on every page starts
+// the text buffer afresh each time, so the tables of the last few sets are
+// kept rather than converted again.
+void fill_codes(int symset, uint16_t (&codes)[256])
+{
+    struct table {
+        bool used = false;
+        int symset = 0;
+        uint16_t codes[256];
+    };
+    static table kept[4];
+    static unsigned next_slot;
+    for (table const& t : kept)
+        if (t.used && t.symset == symset) {
+            std::memcpy(codes, t.codes, sizeof codes);
+            return;
+        }
+    table& t = kept[next_slot++ % 4];
+    for (int b = 0; b < 256; ++b)
+        t.codes[b] = static_cast<uint16_t>(cv_symset(symset, b));
+    t.symset = symset;
+    t.used = true;
+    std::memcpy(codes, t.codes, sizeof codes);
+}
+
 // The conversion of a byte depends only on the symbol set; it has a side
 // effect (a diagnostic) only in analysis mode, which therefore always
 // converts directly. Otherwise the 256 bytes of the set are converted once
@@ -35,8 +60,7 @@ uint16_t convert(int symset, int ch)
     if (static_cast<unsigned>(ch) > 0xFF || verbose)
         return static_cast<uint16_t>(cv_symset(symset, ch));
     if (symset != cbuf_fast_symset) {
-        for (int b = 0; b < 256; ++b)
-            cbuf_fast_codes[b] = static_cast<uint16_t>(cv_symset(symset, b));
+        fill_codes(symset, cbuf_fast_codes);
         cbuf_fast_symset = symset;
         // The advances follow the codes: make them stale too.
         cbuf_fast_serial = static_cast<int32_t>(static_cast<uint32_t>(env.font_serial) - 1u);

@@ -1,4 +1,5 @@
 #include <set>
+#include <string>
 
 #include "converter_test.h"
 
@@ -37,6 +38,32 @@ TEST_F(CommandTable, HashFiguresAndLookup)
     for (unsigned b = 0; b < hash_max_buckets; ++b)
         for (pcl_cmd* r = hash_buckets[b]; r != nullptr && r->next != nullptr; r = r->next)
             EXPECT_GT(r, r->next);
+}
+
+TEST_F(CommandTable, LookupAgreesWithTheRowsForEveryThreeCharacterKey)
+{
+    // Parameterized, group and terminator characters in and around the
+    // ranges the lookup indexes directly, each compared with a plain search
+    // of the rows.
+    auto search = [](char const* key) -> pcl_cmd* {
+        for (int i = 0; intlist[i].key != nullptr; ++i)
+            if (std::string(intlist[i].key) == key)
+                return &intlist[i];
+        return nullptr;
+    };
+    int found = 0;
+    for (char p : {'&', '*', '(', ')', '%', '\'', '+', '\x1b'})
+        for (int g = 0x20; g < 0x80; ++g)
+            for (int f = 0x20; f < 0x80; ++f) {
+                char const key[4] = {p, static_cast<char>(g), static_cast<char>(f), '\0'};
+                pcl_cmd* row = hash_lookup(key);
+                ASSERT_EQ(row, search(key)) << key;
+                found += row != nullptr;
+            }
+    EXPECT_EQ(found, 106);
+    // A key with a fourth character is none, even where its first three are one.
+    EXPECT_EQ(hash_lookup("*pXY"), nullptr);
+    EXPECT_EQ(hash_lookup("*p"), nullptr);
 }
 
 }  // namespace

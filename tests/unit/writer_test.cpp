@@ -86,6 +86,29 @@ TEST(Writer, Primitives)
                          "-504 0 rlineto\nclosepath\n");
 }
 
+TEST(Writer, RectanglePathWritesEachSideAsPrintfWould)
+{
+    // The sides back are written from the text of the sides out; whatever
+    // the sign, zero, NaN, bound or rounding, they read as "%g" of -w, -h.
+    double const nan = std::nan("");
+    double const inf = std::numeric_limits<double>::infinity();
+    double const sides[] = {0.0, -0.0, 1.44, -1.44, 504, -504, 0.00012345, 999999.5, -999999.4, 1e7, 2e7,
+                            -1e308, 123456789, 0.1 + 0.2, 5e-5, nan, -nan, inf, -inf};
+    auto g = [](double v) {
+        char buf[32];
+        std::snprintf(buf, sizeof buf, "%g", ps_bounded(v));
+        return std::string(buf);
+    };
+    for (double w : sides)
+        for (double h : sides) {
+            OutputCapture out;
+            ps_put_rect_path(1, 2, w, h);
+            EXPECT_EQ(out.str(), "newpath\n1 2 moveto\n0 " + g(h) + " rlineto\n" + g(w) + " 0 rlineto\n0 " +
+                                     g(-h) + " rlineto\n" + g(-w) + " 0 rlineto\nclosepath\n")
+                << w << ' ' << h;
+        }
+}
+
 TEST(Writer, StringBytes)
 {
     OutputCapture out;

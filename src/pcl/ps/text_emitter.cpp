@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <string>
 
-#include "config_store.h"
 #include "pcl/environment.h"
 #include "pcl/font_metrics.h"
 #include "pcl/fonts.h"
@@ -53,10 +52,6 @@ bool font_is_used(std::string const& name)
 void select_font()
 {
     pcl_font const& f = active_font();
-    char section[32];
-    std::snprintf(section, sizeof section, "tf%d", f.typeface);
-    char item[64];
-
     ps_font_choice const choice = ps_font_for(f);
     char const* const name = choice.name;
     ps_font_enc = choice.enc;
@@ -67,11 +62,7 @@ void select_font()
     } else {
         double w = kDefaultWidth;
         if (ps_font_enc == 0) {
-            std::snprintf(item, sizeof item, "width-%db%ds", f.stroke, f.style);
-            char const* width = config_get_option(section, item, nullptr);
-            if (!width)
-                width = config_get_option(section, "width", nullptr);
-            if (width) {
+            if (char const* width = ps_font_width_option(f)) {
                 double const percent = std::strtod(width, nullptr);
                 // Zero, negative or non-finite widths would give no usable
                 // size; they fall back to the standard width.

@@ -69,6 +69,9 @@ constexpr auto kDigitPairs = [] {
 // general conversion.
 char* format_plain(double a, char* p)
 {
+    // Whole numbers (most lengths and positions on a page) are their digits.
+    if (auto const whole = static_cast<uint32_t>(a); whole == a)
+        return std::to_chars(p, p + 8, whole).ptr;
     // The power of ten of the leading digit. The doubles nearest to 0.1,
     // 0.01, 0.001 and 0.0001 lie above those values, so the comparisons are
     // exact.
@@ -261,19 +264,34 @@ void ps_put_rect_path(double x, double y, double w, double h)
         std::memcpy(p, t.data(), t.size());
         return p + t.size();
     };
+    // The sides back are the sides out negated: their text is the same
+    // with the sign changed, so each is formatted once.
+    auto negated = [](char* p, char const* from, char const* to) {
+        if (*from == '-')
+            ++from;
+        else
+            *p++ = '-';
+        std::memcpy(p, from, static_cast<size_t>(to - from));
+        return p + (to - from);
+    };
     char* p = ps_out_reserve(256);
     p = text(p, "newpath\n");
     p = format_g(x, p);
     *p++ = ' ';
     p = format_g(y, p);
     p = text(p, " moveto\n0 ");
+    char* const h_text = p;
     p = format_g(h, p);
+    char* const h_end = p;
     p = text(p, " rlineto\n");
+    char* const w_text = p;
     p = format_g(w, p);
+    char* const w_end = p;
     p = text(p, " 0 rlineto\n0 ");
-    p = format_g(-h, p);
+    // A NaN is written as 0 whatever its sign, unlike a zero.
+    p = std::isnan(h) ? format_g(-h, p) : negated(p, h_text, h_end);
     p = text(p, " rlineto\n");
-    p = format_g(-w, p);
+    p = std::isnan(w) ? format_g(-w, p) : negated(p, w_text, w_end);
     ps_out_commit(text(p, " 0 rlineto\nclosepath\n"));
 }
 
