@@ -23,6 +23,7 @@
 #include "pcl/input.h"
 #include "pcl/macros.h"
 #include "pcl/ps/document.h"
+#include "pcl/raster.h"
 #include "pcl/text_buffer.h"
 #include "pcl/text_loop.h"
 #include "run_mode.h"
@@ -31,6 +32,7 @@ namespace {
 
 // Smaller than a real run's, so that each input stays quick.
 constexpr uint64_t kReplayBase = 256 << 10;
+constexpr uint64_t kRasterBase = 256 << 10;
 // Output allowed per byte of input or replay, plus a fixed amount.
 constexpr uint64_t kOutputPerByte = 1024;
 constexpr uint64_t kOutputBase = 1 << 20;
@@ -115,6 +117,7 @@ void convert(uint8_t const* data, size_t size, int ps_mode, bool piped)
     cbuf_init();
     pcl_init();
     mac_set_replay_base(kReplayBase);
+    raster_set_draw_base(kRasterBase);
     if (ps_mode)
         ps_set_mode(0);
     parse_text();

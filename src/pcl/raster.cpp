@@ -2,10 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cinttypes>
+#include <cstdio>
+#include <limits>
 #include <vector>
 
 #include "common/numeric.h"
 #include "pcl/environment.h"
+#include "pcl/input.h"
 #include "pcl/ps/raster_output.h"
 #include "pcl/raster_decode.h"
 #include "pcl/rectangles.h"
@@ -57,6 +61,12 @@ struct raster_block {
 
 raster_settings settings;
 raster_block block;
+
+// The run's drawing allowance (see RASTER_DRAW_BASE).
+uint64_t draw_base = RASTER_DRAW_BASE;
+uint64_t drawn;
+uint64_t input_at_start;
+bool limit_reported;
 
 constexpr int32_t units_per_inch = 72000;
 
@@ -271,6 +281,31 @@ void compose_row()
     }
 }
 
+uint64_t draw_allowance()
+{
+    uint64_t const input = input_bytes_read() - input_at_start;
+    uint64_t const max = std::numeric_limits<uint64_t>::max();
+    if (input > (max - draw_base) / RASTER_DRAW_PER_INPUT_BYTE)
+        return max;
+    return draw_base + input * RASTER_DRAW_PER_INPUT_BYTE;
+}
+
+// Whether a row of `bytes` bytes may still be drawn; the first refusal of
+// the run is reported.
+bool may_draw(size_t bytes)
+{
+    uint64_t const allowance = draw_allowance();
+    if (drawn + bytes <= allowance)
+        return true;
+    if (!limit_reported) {
+        limit_reported = true;
+        std::fflush(stdout);
+        std::fprintf(stderr, "%s: %s: raster images drew more than %" PRIu64 " bytes; further rows skipped\n",
+                     progname ? progname : "tarvo", in_name ? in_name : "input", allowance);
+    }
+    return false;
+}
+
 bool row_has_ink()
 {
     if (block.image.kind != raster_image::mask)
@@ -278,7 +313,6 @@ bool row_has_ink()
     return std::any_of(block.pixels.begin(), block.pixels.end(), [](uint8_t b) { return b != 0; });
 }
 
-// Hands the completed row to the output and moves the cursor down.
 // A vertical cursor move between rows (the rows advance along y) moves the
 // rest of the image with it, as on a printer: the block's corner follows.
 void follow_cursor()
@@ -291,20 +325,26 @@ void follow_cursor()
     ps_raster_begin(block.image);
 }
 
-void emit_row()
+// Hands the completed row to the output and moves the cursor down.
+// Returns whether the row was drawn.
+bool emit_row()
 {
     if (settings.height > 0 && block.rows >= settings.height)
-        return;
+        return false;
     follow_cursor();
+    bool drew = false;
     if (block.image.width > 0 && row_on_page(block.rows)) {
         compose_row();
-        if (row_has_ink()) {
+        if (row_has_ink() && may_draw(block.pixels.size())) {
+            drawn += block.pixels.size();
             ps_raster_row(block.rows, block.pixels);
             env.page_dirty = 1;
+            drew = true;
         }
     }
     ++block.rows;
     move_cursor();
+    return drew;
 }
 
 void skip_rows(int64_t n)
@@ -434,10 +474,10 @@ void raster_transfer(unsigned count, bool last_plane)
                 skip_rows(e.count);
             } else {
                 for (uint32_t i = 0; i < e.count; ++i) {
-                    emit_row();
-                    // Rows past the page or the source height cost nothing more.
-                    if (!row_on_page(block.rows) ||
-                        (settings.height > 0 && block.rows >= settings.height)) {
+                    // Repeats of a row that was not drawn (blank, off the
+                    // page, past the source height or the allowance) are
+                    // not drawn either: they cost nothing more.
+                    if (!emit_row()) {
                         skip_rows(e.count - i - 1);
                         break;
                     }
@@ -505,6 +545,16 @@ void raster_configure(unsigned count)
         return;
     }
     settings.config = cfg;
+}
+
+uint64_t raster_drawn() { return drawn; }
+
+void raster_set_draw_base(uint64_t base)
+{
+    draw_base = base;
+    drawn = 0;
+    input_at_start = input_bytes_read();
+    limit_reported = false;
 }
 
 void raster_end_block()

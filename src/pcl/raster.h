@@ -33,6 +33,19 @@ void raster_end_block();
 // Ends the block and returns the raster settings to their start-up state.
 void raster_reset();
 
+// Bytes of rows a run may draw: RASTER_DRAW_BASE plus
+// RASTER_DRAW_PER_INPUT_BYTE for each byte of input read so far. Duplicate
+// rows and delta-row repeats turn a few input bytes into whole pages of
+// rows; past the allowance rows are still read and move the cursor, but
+// are not drawn (reported once on standard error).
+constexpr uint64_t RASTER_DRAW_BASE = uint64_t{64} << 20;
+constexpr uint64_t RASTER_DRAW_PER_INPUT_BYTE = 256;
+// Bytes of rows drawn in this run.
+uint64_t raster_drawn();
+// Starts a new run's allowance with `base` as its fixed part (tests use a
+// small one).
+void raster_set_draw_base(uint64_t base);
+
 // The largest image width, in pixels, a block allocates: wider source
 // widths are clipped to it (and to the page).
 constexpr int32_t RASTER_MAX_WIDTH = 32768;
