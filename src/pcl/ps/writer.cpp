@@ -121,6 +121,13 @@ inline char* format_g(double v, char* p)
 {
     v = ps_bounded(v);
     double const a = std::fabs(v);
+    if (a == 0.0) {  // a colour level or a side often is
+        char* q = p;
+        if (std::signbit(v))
+            *q++ = '-';
+        *q = '0';
+        return q + 1;
+    }
     if (a >= 1e-4 && a < 999999.5) {
         char* q = p;
         if (std::signbit(v))
