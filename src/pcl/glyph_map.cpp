@@ -108,10 +108,35 @@ bool carried(char const* name, afm_font const& font)
 // glyph list, or null): another name they carry for it ("uniXXXX", or the
 // comma-accent name of a cedilla letter), else the Symbol or ZapfDingbats
 // glyph of the code point, else null.
+// The rows of the Symbol and ZapfDingbats encodings ordered by code point,
+// each with its font (0 Symbol, 1 ZapfDingbats); among rows of one code
+// point the Symbol rows come first, each font's in table order.
+struct font_row {
+    uint16_t code;
+    uint8_t font;
+    uint8_t ps_code;
+};
+
+std::vector<font_row> const& font_rows_by_code()
+{
+    static std::vector<font_row> const rows = [] {
+        std::vector<font_row> r;
+        encoding_row const* tables[2] = {ps_encoding_symbol, ps_encoding_zdingbat};
+        for (uint8_t f = 0; f < 2; ++f)
+            for (encoding_row const* e = tables[f]; e->code; ++e)
+                r.push_back({static_cast<uint16_t>(e->code), f, static_cast<uint8_t>(e->ps_code & 0xff)});
+        std::stable_sort(r.begin(), r.end(), [](font_row a, font_row b) { return a.code < b.code; });
+        return r;
+    }();
+    return rows;
+}
+
 char const* text_font_stand_in(unsigned code, char const* name, afm_font const& text)
 {
-    char uni[8];
-    std::snprintf(uni, sizeof uni, "uni%04X", code & 0xffff);
+    // "uni" and four upper-case hex digits.
+    static constexpr char hex[] = "0123456789ABCDEF";
+    char const uni[8] = {'u', 'n', 'i', hex[(code >> 12) & 0xf], hex[(code >> 8) & 0xf], hex[(code >> 4) & 0xf],
+                         hex[code & 0xf], '\0'};
     if (carried(uni, text))
         return keep(uni);
     if (name) {
@@ -123,18 +148,15 @@ char const* text_font_stand_in(unsigned code, char const* name, afm_font const& 
                 return keep(alias);
         }
     }
-    encoding_row const* tables[2] = {ps_encoding_symbol, ps_encoding_zdingbat};
     char const* fonts[2] = {"Symbol", "ZapfDingbats"};
-    for (int f = 0; f < 2; ++f) {
-        for (encoding_row const* e = tables[f]; e->code; ++e) {
-            if (e->code != code)
-                continue;
-            char* t = fallback_text[f][e->ps_code & 0xff];
-            std::snprintf(t, sizeof fallback_text[f][0], "!(\\%03o)/%s XF", e->ps_code & 0xffu, fonts[f]);
-            return t;
-        }
-    }
-    return nullptr;
+    std::vector<font_row> const& rows = font_rows_by_code();
+    auto const it = std::lower_bound(rows.begin(), rows.end(), code,
+                                     [](font_row r, unsigned c) { return r.code < c; });
+    if (it == rows.end() || it->code != code)
+        return nullptr;
+    char* t = fallback_text[it->font][it->ps_code];
+    std::snprintf(t, sizeof fallback_text[0][0], "!(\\%03o)/%s XF", unsigned{it->ps_code}, fonts[it->font]);
+    return t;
 }
 
 // The map of the earlier rendering, extended: glyphs the text fonts lack
