@@ -119,12 +119,32 @@ afm_font const* afm_find(std::string_view name)
     return it != end && it->name == name ? it : nullptr;
 }
 
+namespace {
+
+// The order of a glyph name against `name`, as string_view compares them
+// (byte by byte, unsigned, a prefix first), read in one pass without
+// measuring the table's name first: the glyph map is built from thousands
+// of these searches at every start.
+int compare_name(char const* glyph, std::string_view name)
+{
+    for (size_t i = 0;; ++i) {
+        if (i == name.size())
+            return glyph[i] == '\0' ? 0 : 1;
+        auto const a = static_cast<unsigned char>(glyph[i]);
+        auto const b = static_cast<unsigned char>(name[i]);
+        if (a == '\0' || a != b)
+            return a < b || a == '\0' ? -1 : 1;
+    }
+}
+
+}  // namespace
+
 int afm_glyph_index(std::string_view name)
 {
     char const* const* end = afm_glyph_names + afm_glyph_count;
-    char const* const* it =
-        std::lower_bound(afm_glyph_names, end, name, [](char const* g, std::string_view n) { return g < n; });
-    return it != end && *it == name ? static_cast<int>(it - afm_glyph_names) : -1;
+    char const* const* it = std::lower_bound(
+        afm_glyph_names, end, name, [](char const* g, std::string_view n) { return compare_name(g, n) < 0; });
+    return it != end && compare_name(*it, name) == 0 ? static_cast<int>(it - afm_glyph_names) : -1;
 }
 
 int afm_width(afm_font const& metrics, unsigned code, int enc)

@@ -68,4 +68,26 @@ TEST_F(FontMetrics, ChoiceFollowsTheConfigurationAndTheFontsOwnFields)
     EXPECT_EQ(width(body), "none");
 }
 
+TEST(FontMetricsGlyphs, EveryNameIsFoundAtItsIndexAndNothingElseIs)
+{
+    // The search must agree with the table's order at every step; a name
+    // that is a prefix or an extension of another, or holds a NUL, is only
+    // found when it is itself in the table.
+    auto plain_search = [](std::string_view n) {
+        for (int i = 0; i < afm_glyph_count; ++i)
+            if (std::string_view(afm_glyph_names[i]) == n)
+                return i;
+        return -1;
+    };
+    for (int i = 0; i < afm_glyph_count; ++i) {
+        std::string const name = afm_glyph_names[i];
+        ASSERT_EQ(afm_glyph_index(name), i) << name;
+        for (std::string const& other :
+             {name + "x", name + std::string(1, '\0'), name.substr(0, name.size() - 1), name + "~"})
+            ASSERT_EQ(afm_glyph_index(other), plain_search(other)) << name;
+    }
+    EXPECT_EQ(afm_glyph_index(""), -1);
+    EXPECT_EQ(afm_glyph_index("\xff"), -1);
+}
+
 }  // namespace
