@@ -159,6 +159,11 @@ int afm_width(afm_font const& metrics, unsigned code, int enc)
         // A glyph of the Symbol or ZapfDingbats font at the same size.
         if (afm_font const* other = afm_find(other_enc == ENC_SYMBOL ? "Symbol" : "ZapfDingbats"))
             w = other->by_code[code & 0xff];
+    } else if (std::string_view glyph; r->name && ps_map_text_glyph(r->name, &glyph)) {
+        // A glyph of the text font at the same size.
+        afm_font const* text = afm_find("Times-Roman");
+        if (int const i = afm_glyph_index(glyph); text && i >= 0)
+            w = text->by_name[i];
     } else if (r->name && r->name[0] != '!') {
         int const i = afm_glyph_index(r->name);
         if (i >= 0)

@@ -88,6 +88,10 @@ namespace {
 // prolog), by code: "!(\ooo)/Symbol XF".
 char fallback_text[2][256][28];
 
+// The end of a fragment that shows a glyph of the text font by name within
+// a Symbol or ZapfDingbats font: "!/name /Times-Roman XF".
+constexpr std::string_view text_glyph_suffix = " /Times-Roman XF";
+
 // Names and fragments made while the map is built; a deque keeps the
 // strings in place.
 std::deque<std::string> made_names;
@@ -232,11 +236,20 @@ void add_text_stand_ins(int enc, uint16_t const (&table)[256])
         map_record const* r = ps_map_find(code, 0);
         if (!r || !r->name || r->name[0] == '!' || !carried(r->name, text))
             continue;
-        ps_map_add(code, 0, keep(std::string("!/") + r->name + " /Times-Roman XF"), enc);
+        ps_map_add(code, 0, keep(std::string("!/") + r->name + std::string(text_glyph_suffix)), enc);
     }
 }
 
 }  // namespace
+
+bool ps_map_text_glyph(char const* name, std::string_view* glyph)
+{
+    std::string_view const n(name);
+    if (n.size() <= 2 + text_glyph_suffix.size() || !n.starts_with("!/") || !n.ends_with(text_glyph_suffix))
+        return false;
+    *glyph = n.substr(2, n.size() - 2 - text_glyph_suffix.size());
+    return true;
+}
 
 bool ps_map_fallback(char const* name, int* enc, unsigned* code)
 {

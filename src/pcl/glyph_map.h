@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 struct glyph_row {
     uint16_t code;
@@ -43,6 +44,10 @@ void ps_map_init();
 // (enc 1) or ZapfDingbats (enc 2) font shown in place of one the text fonts
 // lack, and that glyph's code.
 bool ps_map_fallback(char const* name, int* enc, unsigned* code);
+// For a name the map returned: whether it shows a glyph of the text font
+// Times-Roman in place of one the Symbol or ZapfDingbats font lacks, and
+// that glyph's name.
+bool ps_map_text_glyph(char const* name, std::string_view* glyph);
 void ps_map_add(unsigned code, unsigned ps_code, char const* name, int enc);
 char const* ps_map_lookup(unsigned code, int enc, unsigned* ps_code);
 // The record ps_map_lookup answers from, or null (no analysis message).
