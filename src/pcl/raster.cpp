@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cinttypes>
+#include <cmath>
 #include <cstdio>
 #include <limits>
 #include <vector>
@@ -33,7 +34,8 @@ struct image_config {
     bool set = false;
     int space = 0;
     int encoding = 0;
-    int bits = 1;  // bits per index, or per primary
+    int bits = 1;                  // bits per index, or per primary
+    std::array<int, 3> primary{};  // bits of each primary, for palette programming
 };
 
 // Settings that hold from one raster block to the next.
@@ -42,7 +44,13 @@ struct raster_settings {
     int32_t width = 0;   // source width in pixels, 0 when not given
     int32_t height = 0;  // source height in rows, 0 when not given
     int method = RASTER_UNENCODED;
+    int32_t dest_width = 0;   // scaled width in decipoints, 0 when not given
+    int32_t dest_height = 0;  // scaled height in decipoints, 0 when not given
     image_config config;
+    // The palette of the configured image data, which palette programming
+    // changes, and the colour components of the next assignment.
+    std::vector<uint32_t> palette;
+    std::array<int32_t, 3> component{};
 };
 
 // The raster block being received.
@@ -55,7 +63,7 @@ struct raster_block {
     std::vector<uint8_t> pixels;             // the row in the image's format
     int plane = 0;                           // next plane of the row
     int64_t rows = 0;                        // rows advanced so far
-    int32_t row_dx = 0, row_dy = 0;          // cursor advance per row
+    int dir_x = 0, dir_y = 1;                // direction rows advance in (y down)
     int32_t x0 = 0, y0 = 0;                  // the cursor at the start
 };
 
@@ -69,6 +77,7 @@ uint64_t input_at_start;
 bool limit_reported;
 
 constexpr int32_t units_per_inch = 72000;
+constexpr int32_t units_per_decipoint = 100;
 
 bool valid_resolution(int32_t r)
 {
@@ -96,6 +105,16 @@ std::vector<uint32_t> default_palette(int bits, bool cmy)
     return palette;
 }
 
+// The KCMY simple palette: the first plane is black, the next three cyan,
+// magenta and yellow.
+std::vector<uint32_t> kcmy_palette()
+{
+    std::vector<uint32_t> palette(16);
+    for (size_t i = 0; i < palette.size(); ++i)
+        palette[i] = (i & 1) ? 0x000000 : eight_color(static_cast<int>(i >> 1), true);
+    return palette;
+}
+
 // Sets the image format, the number of planes and their row size for a
 // block `width` pixels wide.
 void choose_format(int32_t width)
@@ -107,11 +126,11 @@ void choose_format(int32_t width)
     im.palette.clear();
     im.inverted = false;
     if (!cfg.set) {
-        if (env.palette == 3) {
+        if (env.palette == 3 || env.palette == -3 || env.palette == -4) {
             im.kind = raster_image::indexed;
             im.bits = 8;
-            im.palette = default_palette(3, false);
-            block.planes = 3;
+            im.palette = env.palette == -4 ? kcmy_palette() : default_palette(3, env.palette == -3);
+            block.planes = env.palette == -4 ? 4 : 3;
         } else {
             im.kind = raster_image::mask;
             im.bits = 1;
@@ -121,17 +140,27 @@ void choose_format(int32_t width)
         return;
     }
     bool const cmy = cfg.space == SPACE_CMY;
+    // One bit per index with white at index 0 is a mask: its white pixels
+    // stay transparent. Black 1 bits paint in the foreground colour, any
+    // other programmed colour in that colour.
+    auto mask_palette = [&im](int bits) {
+        if (bits != 1 || settings.palette.size() != 2 || settings.palette[0] != 0xffffff)
+            return false;
+        if (settings.palette[1] != 0x000000)
+            im.color = settings.palette[1];
+        return true;
+    };
     switch (cfg.encoding) {
     case INDEXED_BY_PLANE:
         block.planes = cfg.bits;
         block.plane_bytes = bit_plane;
-        im.kind = cfg.bits == 1 ? raster_image::mask : raster_image::indexed;
-        im.bits = cfg.bits == 1 ? 1 : 8;
+        im.kind = mask_palette(cfg.bits) ? raster_image::mask : raster_image::indexed;
+        im.bits = im.kind == raster_image::mask ? 1 : 8;
         break;
     case INDEXED_BY_PIXEL:
         block.planes = 1;
         block.plane_bytes = (w * static_cast<size_t>(cfg.bits) + 7) / 8;
-        im.kind = cfg.bits == 1 ? raster_image::mask : raster_image::indexed;
+        im.kind = mask_palette(cfg.bits) ? raster_image::mask : raster_image::indexed;
         im.bits = cfg.bits;
         break;
     case DIRECT_BY_PLANE:
@@ -150,16 +179,41 @@ void choose_format(int32_t width)
         return;
     }
     if (im.kind == raster_image::indexed)
-        im.palette = default_palette(cfg.bits, cmy);
+        im.palette = settings.palette;
 }
 
-// Starts a block with its left edge at x (PCL units).
-void start_block(int32_t x)
+// The size of a source pixel in PCL units, across and down, for a block in
+// scale mode: the destination width and height over the source's, the one
+// not given following the other so the image keeps its proportions. Without
+// a destination size (or the source size it needs) the image stays at the
+// raster resolution.
+void scaled_dots(double& dot_w, double& dot_h)
+{
+    double const dw = static_cast<double>(settings.dest_width) * units_per_decipoint;
+    double const dh = static_cast<double>(settings.dest_height) * units_per_decipoint;
+    bool const has_w = dw > 0 && settings.width > 0;
+    bool const has_h = dh > 0 && settings.height > 0;
+    if (!has_w && !has_h)
+        return;
+    // A source pixel is at most 100 inches.
+    constexpr double largest = 100.0 * units_per_inch;
+    dot_w = has_w ? std::min(dw / settings.width, largest) : 0;
+    dot_h = has_h ? std::min(dh / settings.height, largest) : dot_w;
+    if (!has_w)
+        dot_w = dot_h;
+}
+
+// Starts a block with its left edge at x (PCL units), scaled to the
+// destination size when `scale` is set.
+void start_block(int32_t x, bool scale)
 {
     int32_t res = env.resolution;
     if (!valid_resolution(res))
         res = 75;
-    int32_t const px = units_per_inch / res;
+    double dot_w = static_cast<double>(units_per_inch / res);
+    double dot_h = dot_w;
+    if (scale)
+        scaled_dots(dot_w, dot_h);
 
     block = raster_block{};
     block.active = true;
@@ -174,36 +228,25 @@ void start_block(int32_t x)
     if (settings.presentation == 3)
         rotate = ((4 - (env.orientation & 3)) % 4) * 90;
     block.image.rotate = rotate;
-    // Row advance in PCL units (y downward) for each rotation.
-    switch (rotate) {
-    case 90:
-        block.row_dx = px;  // physical down is logical right
-        break;
-    case 180:
-        block.row_dy = -px;
-        break;
-    case 270:
-        block.row_dx = -px;
-        break;
-    default:
-        block.row_dy = px;
-        break;
-    }
-
-    // Rows run to the source width, but never past the edge of the page
-    // they run toward (nor past the largest width there is room for).
+    // The direction rows advance in (y downward) for each rotation, and the
+    // room before the edge of the page the rows run toward.
     int64_t room_units;
     int32_t along;
     switch (rotate) {
     case 90:
+        block.dir_x = 1;  // physical down is logical right
+        block.dir_y = 0;
         room_units = block.y0;
         along = env.page_height;
         break;
     case 180:
+        block.dir_y = -1;
         room_units = block.x0;
         along = env.page_width;
         break;
     case 270:
+        block.dir_x = -1;
+        block.dir_y = 0;
         room_units = static_cast<int64_t>(env.page_height) - block.y0;
         along = env.page_height;
         break;
@@ -212,13 +255,16 @@ void start_block(int32_t x)
         along = env.page_width;
         break;
     }
-    int64_t const page_px = (static_cast<int64_t>(along) + px - 1) / px;
-    int64_t const room = std::clamp<int64_t>((room_units + px - 1) / px, 0,
+    // Rows run to the source width, but never past the edge of the page
+    // they run toward (nor past the largest width there is room for).
+    int64_t const page_px = static_cast<int64_t>(std::ceil(along / dot_w));
+    int64_t const room = std::clamp<int64_t>(static_cast<int64_t>(std::ceil(static_cast<double>(room_units) / dot_w)), 0,
                                              std::min<int64_t>(page_px, RASTER_MAX_WIDTH));
     int64_t width = settings.width > 0 ? std::min<int64_t>(settings.width, room) : room;
 
     block.image.width = static_cast<int32_t>(width);
-    block.image.resolution = res;
+    block.image.dot_w = dot_w;
+    block.image.dot_h = dot_h;
     block.image.x = block.x0;
     block.image.y = block.y0;
     block.image.color = env.fg_color;
@@ -231,7 +277,7 @@ void start_block(int32_t x)
 void implicit_start()
 {
     if (!block.active)
-        start_block(0);
+        start_block(0, false);
 }
 
 void zero_seeds()
@@ -240,11 +286,21 @@ void zero_seeds()
         std::fill(s.begin(), s.end(), uint8_t{0});
 }
 
-// The cursor after `rows` rows of the block.
+// The distance `rows` rows of the block advance, in PCL units (rounded
+// to whole units when the image is scaled).
+int64_t advance(int64_t rows)
+{
+    double const d = std::floor(static_cast<double>(rows) * block.image.dot_h + 0.5);
+    constexpr double limit = 4.0e15;
+    return static_cast<int64_t>(std::clamp(d, -limit, limit));
+}
+
+// The cursor after the rows of the block so far.
 void move_cursor()
 {
-    env.cur_x = sat32(block.x0 + block.rows * block.row_dx);
-    env.cur_y = sat32(block.y0 + block.rows * block.row_dy);
+    int64_t const d = advance(block.rows);
+    env.cur_x = sat32(block.x0 + d * block.dir_x);
+    env.cur_y = sat32(block.y0 + d * block.dir_y);
     env.pos_changed = 1;
 }
 
@@ -252,12 +308,13 @@ void move_cursor()
 // along the direction the rows advance in.
 bool row_on_page(int64_t index)
 {
-    int64_t const px = units_per_inch / block.image.resolution;
-    if (block.row_dx != 0) {
-        int64_t const x = block.x0 + index * block.row_dx;
+    int64_t const px = static_cast<int64_t>(std::ceil(block.image.dot_h));
+    int64_t const d = advance(index);
+    if (block.dir_x != 0) {
+        int64_t const x = block.x0 + d * block.dir_x;
         return x >= -px && x <= static_cast<int64_t>(env.page_width) + px;
     }
-    int64_t const y = block.y0 + index * block.row_dy;
+    int64_t const y = block.y0 + d * block.dir_y;
     return y >= -px && y <= static_cast<int64_t>(env.page_height) + px;
 }
 
@@ -317,10 +374,11 @@ bool row_has_ink()
 // rest of the image with it, as on a printer: the block's corner follows.
 void follow_cursor()
 {
-    int32_t const expected_y = sat32(block.y0 + block.rows * block.row_dy);
-    if (block.row_dx != 0 || env.cur_y == expected_y)
+    int64_t const d = advance(block.rows) * block.dir_y;
+    int32_t const expected_y = sat32(block.y0 + d);
+    if (block.dir_x != 0 || env.cur_y == expected_y)
         return;
-    block.y0 = sat32(std::max<int64_t>(0, env.cur_y) - block.rows * block.row_dy);
+    block.y0 = sat32(std::max<int64_t>(0, env.cur_y) - d);
     block.image.y = block.y0;
     ps_raster_begin(block.image);
 }
@@ -371,6 +429,18 @@ bool raster_enabled()
     return genps != 0 && !compat_legacy();
 }
 
+namespace {
+
+// A source or destination size: not negative, and not changed inside a
+// block.
+void set_size(int32_t& size, double value)
+{
+    if (raster_enabled() && !block.active)
+        size = std::max<int32_t>(0, to_int(value));
+}
+
+}  // namespace
+
 void pcl_raster_presentation(double value)
 {
     int32_t const v = to_int(value);
@@ -380,21 +450,32 @@ void pcl_raster_presentation(double value)
 
 void pcl_raster_width(double value)
 {
-    if (raster_enabled() && !block.active)
-        settings.width = std::max<int32_t>(0, to_int(value));
+    set_size(settings.width, value);
 }
 
 void pcl_raster_height(double value)
 {
-    if (raster_enabled() && !block.active)
-        settings.height = std::max<int32_t>(0, to_int(value));
+    set_size(settings.height, value);
 }
 
 void pcl_raster_start(double value)
 {
     if (!raster_enabled() || block.active)
         return;
-    start_block(to_int(value) == 1 ? env.cur_x : 0);
+    // 0 and 2 start at the left edge, 1 and 3 at the cursor; 2 and 3 scale
+    // the image to the destination size.
+    int32_t const v = to_int(value);
+    start_block(v == 1 || v == 3 ? env.cur_x : 0, v == 2 || v == 3);
+}
+
+void pcl_raster_dest_width(double value)
+{
+    set_size(settings.dest_width, value);
+}
+
+void pcl_raster_dest_height(double value)
+{
+    set_size(settings.dest_height, value);
 }
 
 void pcl_raster_compression(double value)
@@ -445,10 +526,59 @@ void pcl_raster_end_reset(double)
 
 void pcl_raster_simple_color(double value)
 {
-    pcl_simple_color(value);
     int32_t const v = to_int(value);
-    if (raster_enabled() && !block.active && (v == 1 || v == 3))
+    bool const drawn = raster_enabled() && !block.active;
+    // The CMY and KCMY palettes exist for raster images only.
+    if (drawn && (v == -3 || v == -4))
+        env.palette = v;
+    else
+        pcl_simple_color(value);
+    if (drawn && (v == 1 || v == 3 || v == -3 || v == -4)) {
         settings.config = image_config{};
+        settings.palette.clear();
+    }
+}
+
+void pcl_raster_component(int which, double value)
+{
+    if (raster_enabled())
+        settings.component[static_cast<size_t>(which)] = to_int(value);
+}
+
+void pcl_raster_component_1(double value) { pcl_raster_component(0, value); }
+void pcl_raster_component_2(double value) { pcl_raster_component(1, value); }
+void pcl_raster_component_3(double value) { pcl_raster_component(2, value); }
+
+void pcl_raster_assign_color(double value)
+{
+    if (!raster_enabled())
+        return;
+    int32_t const i = to_int(value);
+    auto& palette = settings.palette;
+    if (!block.active && i >= 0 && static_cast<size_t>(i) < palette.size()) {
+        // Each component runs from 0 to the largest value of its bits.
+        uint32_t color = 0;
+        for (size_t k = 0; k < 3; ++k) {
+            int const bits = settings.config.primary[k];
+            int64_t const top = (int64_t{1} << bits) - 1;
+            int64_t const c = std::clamp<int64_t>(settings.component[k], 0, top);
+            auto level = static_cast<uint32_t>((c * 255 + top / 2) / top);
+            if (settings.config.space == SPACE_CMY)
+                level = 255 - level;
+            color = color << 8 | level;
+        }
+        palette[static_cast<size_t>(i)] = color;
+    }
+    settings.component = {};
+}
+
+bool raster_palette_color(int32_t index, uint32_t& color)
+{
+    if (!raster_enabled() || settings.palette.empty())
+        return false;
+    int64_t const n = static_cast<int64_t>(settings.palette.size());
+    color = settings.palette[static_cast<size_t>(((static_cast<int64_t>(index) % n) + n) % n)];
+    return true;
 }
 
 void raster_transfer(unsigned count, bool last_plane)
@@ -544,7 +674,14 @@ void raster_configure(unsigned count)
     default:
         return;
     }
+    for (size_t k = 0; k < 3; ++k)
+        cfg.primary[k] = b[3 + k] >= 1 && b[3 + k] <= 16 ? b[3 + k] : 8;
     settings.config = cfg;
+    // Indexed data starts from the default palette of its bits; direct
+    // colour has no palette to program.
+    bool const indexed = cfg.encoding == INDEXED_BY_PLANE || cfg.encoding == INDEXED_BY_PIXEL;
+    settings.palette = indexed ? default_palette(cfg.bits, cfg.space == SPACE_CMY) : std::vector<uint32_t>{};
+    settings.component = {};
 }
 
 uint64_t raster_drawn() { return drawn; }

@@ -6,6 +6,7 @@
 #include "common/numeric.h"
 #include "pcl/environment.h"
 #include "pcl/ps/rect_output.h"
+#include "pcl/raster.h"
 #include "run_mode.h"
 
 namespace {
@@ -111,7 +112,17 @@ void pcl_simple_color(double value)
 void pcl_foreground_color(double value)
 {
     int32_t const i = to_int(value);
-    if (env.palette == 1)
+    // Configured image data brings its own palette (as programmed); the
+    // CMY and KCMY simple palettes are the eight colours inverted, the
+    // KCMY's first plane black.
+    uint32_t color = 0;
+    if (raster_palette_color(i, color))
+        env.fg_color = color;
+    else if (env.palette == -3)
+        env.fg_color = 0xFFFFFFu ^ rgb_palette[i & 7];
+    else if (env.palette == -4)
+        env.fg_color = (i & 1) ? 0x000000u : 0xFFFFFFu ^ rgb_palette[(i >> 1) & 7];
+    else if (env.palette == 1)
         env.fg_color = (i & 1) ? 0x000000u : 0xFFFFFFu;
     else if (env.palette == 3)
         env.fg_color = rgb_palette[i & 7];

@@ -68,13 +68,12 @@ void write_strip()
     raster_image const& im = current;
     int64_t const w = im.width;
     int64_t const h = strip_rows;
-    double const px = 72000.0 / im.resolution;  // PCL units per pixel
 
     // The strip's top-left corner: the block's corner moved down (along the
     // rotated axis) by the rows before it.
     double dx = 0;
     double dy = 0;
-    double const down = static_cast<double>(strip_first) * px;
+    double const down = static_cast<double>(strip_first) * im.dot_h;
     switch (im.rotate) {
     case 90:
         dx = down;
@@ -91,8 +90,8 @@ void write_strip()
     }
     double const x = (im.x + dx) * points_per_unit + ps_origin_x;
     double const y = ps_origin_y - (im.y + dy) * points_per_unit;
-    double const sx = static_cast<double>(w) * px * points_per_unit;
-    double const sy = static_cast<double>(h) * px * points_per_unit;
+    double const sx = static_cast<double>(w) * im.dot_w * points_per_unit;
+    double const sy = static_cast<double>(h) * im.dot_h * points_per_unit;
 
     ps_put("gsave\n");
     ps_put_nums({x, y});

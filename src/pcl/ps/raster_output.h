@@ -15,7 +15,8 @@ struct raster_image {
     bool inverted = false;           // rgb: the samples are C, M, Y
     std::vector<uint32_t> palette;   // indexed: 0xRRGGBB per index
     int32_t width = 0;               // pixels per row
-    int32_t resolution = 300;        // dots per inch
+    double dot_w = 240;              // PCL units per pixel along a row
+    double dot_h = 240;              // PCL units from one row to the next
     int32_t x = 0, y = 0;            // top-left corner of row 0, PCL units
     int rotate = 0;                  // degrees, applied at the corner
     uint32_t color = 0;              // mask: the colour 1 bits paint in
