@@ -31,12 +31,18 @@ TEST(TextEmitter, FullRunsMatchASimpleModel)
         return out.str();
     };
     run(u"a", 0);  // document started, font selected
-    // Every character shown by name under underlining repeats the operands.
-    std::string expected = "0.75 -2.5 (";
-    for (int i = 0; i < CBUF_SIZE; ++i)
-        expected += ")U /bullet GS 0.75 -2.5 (";
+    // Every character shown by name under underlining is underlined by UG,
+    // defined once on the page, and repeats the operands.
+    std::string const underlined = run(std::u16string(CBUF_SIZE, u'\u2022'), 2);
+    std::string const definition_end = "} bind def\n";
+    size_t const body = underlined.find(definition_end);
+    ASSERT_NE(body, std::string::npos);
+    EXPECT_EQ(underlined.substr(0, 18), "0.75 -2.5 ()U\n/UG ");
+    std::string expected = "0.75 -2.5 {/bullet GS} UG 0.75 -2.5 (";
+    for (int i = 1; i < CBUF_SIZE; ++i)
+        expected += ")U 0.75 -2.5 {/bullet GS} UG 0.75 -2.5 (";
     expected += ")U\n";
-    EXPECT_EQ(run(std::u16string(CBUF_SIZE, u'\u2022'), 2), expected);
+    EXPECT_EQ(underlined.substr(body + definition_end.size()), expected);
     EXPECT_EQ(emitting, 0);
 
     // Every alignment of plain text against escapes, octal codes, control

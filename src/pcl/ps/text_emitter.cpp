@@ -24,6 +24,19 @@ namespace {
 // Advance width of the standard monospaced fonts, as a fraction of the size.
 constexpr double kDefaultWidth = 0.6;
 
+// UG shows a glyph by a procedure (a glyph by name, or one from another
+// font) and underlines the advance it made, with the operands of U:
+// thickness, offset, procedure. A glyph the Latin-1 fonts lack (curly
+// quotes, dashes, the euro sign) would otherwise leave a gap in an
+// underlined passage. It is defined on every page that uses it, so that
+// each page can be printed on its own.
+constexpr char kUnderlinedGlyphProc[] = R"PS(/UG { currentpoint 5 2 roll exec currentpoint gsave
+  2 index add 6 -2 roll 4 index add moveto lineto pop setlinewidth stroke grestore } bind def
+)PS";
+
+// The page on which UG was last defined.
+int underline_proc_page = 0;
+
 // The output written so far leaves before the run ends.
 [[noreturn]] void emitter_invariant_failed(char const* condition)
 {
@@ -130,15 +143,29 @@ void write_color(uint32_t color)
 void put_named_glyph(char const* name, int ul)
 {
     ps_put(emitting == 2 ? ")U" : ")S");
-    if (name[0] == '!') {
-        ps_put(' ');
-        ps_put(name + 1);
-        ps_put(' ');
+    // The earlier rendering shows the glyph without its underline.
+    bool const underlined = emitting == 2 && !compat_legacy();
+    if (underlined) {
+        if (underline_proc_page != ps_page_counter) {
+            ps_put('\n');
+            ps_put(kUnderlinedGlyphProc);
+            underline_proc_page = ps_page_counter;
+        } else {
+            ps_put(' ');
+        }
+        put_underline_operands(ul);
+        ps_put('{');
     } else {
-        ps_put(" /");
-        ps_put(name);
-        ps_put(" GS ");
+        ps_put(' ');
     }
+    if (name[0] == '!') {
+        ps_put(name + 1);
+    } else {
+        ps_put('/');
+        ps_put(name);
+        ps_put(" GS");
+    }
+    ps_put(underlined ? "} UG " : " ");
     if (emitting == 2)
         put_underline_operands(ul);
     ps_put('(');
@@ -213,4 +240,5 @@ void ps_text_reset()
 {
     ps_font_enc = 0;
     ps_last_color = 0;
+    underline_proc_page = 0;
 }
