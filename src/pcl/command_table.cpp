@@ -317,6 +317,16 @@ inline bool same_key(char const* a, char const* b)
     return *a == *b;
 }
 
+// The lookup through the hash chains, out of line so that the direct path
+// needs no stack frame.
+[[gnu::noinline]] pcl_cmd* chain_lookup(char const* key)
+{
+    for (pcl_cmd* row = hash_buckets[hash_key(key)]; row != nullptr; row = row->next)
+        if (same_key(row->key, key))
+            return row;
+    return nullptr;
+}
+
 }  // namespace
 
 pcl_cmd* hash_lookup(char const* key)
@@ -327,8 +337,5 @@ pcl_cmd* hash_lookup(char const* key)
         unsigned const row = direct_rows[p][g][t];
         return row != 0 ? &intlist[row - 1] : nullptr;
     }
-    for (pcl_cmd* row = hash_buckets[hash_key(key)]; row != nullptr; row = row->next)
-        if (same_key(row->key, key))
-            return row;
-    return nullptr;
+    return chain_lookup(key);
 }
