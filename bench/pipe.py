@@ -14,6 +14,8 @@ same options. The ratio of the two times is the cost of the converter and the
 pipe on top of the interpreter; 1.0 means none.
 
 With --baseline OLD, an earlier build's `tarvo -p` is timed in the same run.
+With --repeat N each figure is the least of N runs, the commands of a job
+taking turns.
 
 Usage: pipe.py [--binary build/tarvo] [--baseline OLD] [--sizes 1,10]
                [--kinds text,forms] [--repeat 1]
@@ -44,9 +46,15 @@ def timed(cmd, shell=False):
     return elapsed, usage.ru_utime + usage.ru_stime
 
 
-def best(cmd, repeat, shell=False):
-    runs = [timed(cmd, shell) for _ in range(repeat)]
-    return min(r[0] for r in runs), min(r[1] for r in runs)
+def best_interleaved(cmds, repeat):
+    """For each (command, shell) pair, the least wall-clock and the least CPU
+    seconds of `repeat` runs; the commands take turns, so a change of the
+    machine's load falls on all of them alike."""
+    runs = [[] for _ in cmds]
+    for _ in range(repeat):
+        for i, (cmd, shell) in enumerate(cmds):
+            runs[i].append(timed(cmd, shell))
+    return [(min(r[0] for r in rs), min(r[1] for r in rs)) for rs in runs]
 
 
 def gs_command(binary, out_pdf):
@@ -80,14 +88,17 @@ def main():
                 subprocess.run([sys.executable, os.path.join(HERE, "gen_jobs.py"), kind, str(size), job],
                                check=True)
                 subprocess.run([binary, "-s", "-o", ps, job], check=True)
-                gs_t, gs_cpu = best(gs[:-len(STDIN_ARG)] + " " + shlex.quote(ps), opts.repeat, shell=True)
-                tarvo_t, tarvo_cpu = best([binary, "-p", "-o", pdf, job], opts.repeat)
+                cmds = [(gs[:-len(STDIN_ARG)] + " " + shlex.quote(ps), True), ([binary, "-p", "-o", pdf, job], False)]
+                if opts.baseline:
+                    cmds.append(([os.path.abspath(opts.baseline), "-p", "-o", pdf, job], False))
+                times = best_interleaved(cmds, opts.repeat)
+                (gs_t, gs_cpu), (tarvo_t, tarvo_cpu) = times[0], times[1]
                 row = [kind, "%.0f" % (os.path.getsize(job) / 1048576),
                        "%.1f" % (os.path.getsize(ps) / 1e6), "%.2f (%.2f)" % (gs_t, gs_cpu),
                        "%.2f (%.2f)" % (tarvo_t, tarvo_cpu),
                        "%.2f (%.2f)" % (tarvo_t / gs_t, tarvo_cpu / gs_cpu)]
                 if opts.baseline:
-                    old_t, old_cpu = best([os.path.abspath(opts.baseline), "-p", "-o", pdf, job], opts.repeat)
+                    old_t, old_cpu = times[2]
                     row += ["%.2f (%.2f)" % (old_t, old_cpu),
                             "%.1f (%.1f)" % (old_t / tarvo_t, old_cpu / tarvo_cpu)]
                 rows.append(row)
