@@ -32,6 +32,36 @@ size_t byte_source::read(uint8_t* dst, size_t n)
     return done;
 }
 
+std::span<uint8_t const> byte_source::peek(size_t n)
+{
+    size_t have = static_cast<size_t>(end_ - pos_);
+    if (have < n && input_left_ > 0 && n <= sizeof buf_) {
+        // Moves what is left to the front and reads the rest behind it.
+        if (have > 0)
+            std::memmove(buf_, pos_, have);
+        size_t const want = static_cast<size_t>(std::min<uint64_t>(input_left_, sizeof buf_ - have));
+        size_t const got = pcl_read(buf_ + have, want);
+        input_left_ = got < want ? 0 : input_left_ - got;
+        pos_ = buf_;
+        end_ = buf_ + have + got;
+        have += got;
+    }
+    return {pos_, std::min(n, have)};
+}
+
+std::span<uint8_t const> block_reader::buffered()
+{
+    if (left_ > byte_source::buffer_size)
+        return {};
+    return src_->peek(static_cast<size_t>(left_));
+}
+
+void block_reader::consume(size_t n)
+{
+    src_->skip(n);
+    left_ = 0;
+}
+
 size_t block_reader::read(uint8_t* dst, size_t n)
 {
     size_t const want = static_cast<size_t>(std::min<uint64_t>(n, left_));
@@ -50,9 +80,33 @@ void block_reader::skip_rest()
 
 namespace {
 
+// A block held whole in memory: the decoders' fast path.
+class span_reader {
+public:
+    explicit span_reader(std::span<uint8_t const> bytes) : pos_(bytes.data()), end_(bytes.data() + bytes.size()) {}
+    int next() { return pos_ < end_ ? *pos_++ : -1; }
+    size_t read(uint8_t* dst, size_t n)
+    {
+        size_t const k = std::min(n, static_cast<size_t>(end_ - pos_));
+        if (k <= 8) {
+            for (size_t i = 0; i < k; ++i)
+                dst[i] = pos_[i];
+        } else {
+            std::memcpy(dst, pos_, k);
+        }
+        pos_ += k;
+        return k;
+    }
+
+private:
+    uint8_t const* pos_;
+    uint8_t const* end_;
+};
+
 // Copies up to n bytes of `in` into the row at `pos`; bytes past the row's
 // end are read and dropped. Returns the number of bytes read.
-size_t copy_into(block_reader& in, std::span<uint8_t> row, size_t pos, size_t n)
+template <class Reader>
+size_t copy_into(Reader& in, std::span<uint8_t> row, size_t pos, size_t n)
 {
     size_t room = pos < row.size() ? std::min(n, row.size() - pos) : 0;
     size_t got = room ? in.read(row.data() + pos, room) : 0;
@@ -73,14 +127,16 @@ void fill(std::span<uint8_t> row, size_t pos, uint64_t n, uint8_t value)
     std::memset(row.data() + pos, value, k);
 }
 
-void decode_unencoded(block_reader& in, std::span<uint8_t> row)
+template <class Reader>
+void decode_unencoded(Reader& in, std::span<uint8_t> row)
 {
     size_t const got = in.read(row.data(), row.size());
     std::fill(row.begin() + static_cast<ptrdiff_t>(got), row.end(), uint8_t{0});
 }
 
 // Pairs of (repeat count - 1, byte).
-void decode_run_length(block_reader& in, std::span<uint8_t> row)
+template <class Reader>
+void decode_run_length(Reader& in, std::span<uint8_t> row)
 {
     size_t pos = 0;
     for (;;) {
@@ -99,7 +155,8 @@ void decode_run_length(block_reader& in, std::span<uint8_t> row)
 
 // Control byte n: 0..127 copies n + 1 literal bytes, -127..-1 repeats the
 // next byte 1 - n times, -128 does nothing.
-void decode_packbits(block_reader& in, std::span<uint8_t> row)
+template <class Reader>
+void decode_packbits(Reader& in, std::span<uint8_t> row)
 {
     size_t pos = 0;
     for (;;) {
@@ -130,7 +187,8 @@ void decode_packbits(block_reader& in, std::span<uint8_t> row)
 
 // Adds extension bytes to a field that was at its largest value: each byte
 // is added, and a byte of 255 says that another follows. Saturates.
-bool extend(block_reader& in, uint64_t* value)
+template <class Reader>
+bool extend(Reader& in, uint64_t* value)
 {
     for (;;) {
         int const b = in.next();
@@ -145,7 +203,8 @@ bool extend(block_reader& in, uint64_t* value)
 // Command byte: bits 7-5 replacement count - 1, bits 4-0 offset (31: more
 // offset bytes follow). The offset counts from the byte after the last one
 // replaced; the bytes not replaced keep the seed row.
-void decode_delta_row(block_reader& in, std::span<uint8_t> row)
+template <class Reader>
+void decode_delta_row(Reader& in, std::span<uint8_t> row)
 {
     uint64_t pos = 0;
     for (;;) {
@@ -168,7 +227,8 @@ void decode_delta_row(block_reader& in, std::span<uint8_t> row)
 // count - 1 (7: more follow), then the literal bytes. Bit 7 set: bits 6-5
 // offset (3: more follow), bits 4-0 count - 2 (31: more follow), then one
 // byte repeated count times. Offset extension bytes come first.
-void decode_replacement_delta(block_reader& in, std::span<uint8_t> row)
+template <class Reader>
+void decode_replacement_delta(Reader& in, std::span<uint8_t> row)
 {
     uint64_t pos = 0;
     for (;;) {
@@ -199,9 +259,8 @@ void decode_replacement_delta(block_reader& in, std::span<uint8_t> row)
     }
 }
 
-}  // namespace
-
-void decode_row(int method, block_reader& in, std::span<uint8_t> row)
+template <class Reader>
+void decode_with(int method, Reader& in, std::span<uint8_t> row)
 {
     switch (method) {
     case RASTER_RUN_LENGTH:
@@ -220,6 +279,21 @@ void decode_row(int method, block_reader& in, std::span<uint8_t> row)
         decode_unencoded(in, row);
         break;
     }
+}
+
+}  // namespace
+
+void decode_row(int method, block_reader& in, std::span<uint8_t> row)
+{
+    // A block that fits the input buffer is decoded from memory.
+    std::span<uint8_t const> const whole = in.buffered();
+    if (whole.size() == in.left()) {
+        span_reader r(whole);
+        decode_with(method, r, row);
+        in.consume(whole.size());
+        return;
+    }
+    decode_with(method, in, row);
     in.skip_rest();
 }
 

@@ -28,6 +28,13 @@ public:
     }
     // Copies up to n bytes into dst; returns how many were copied.
     size_t read(uint8_t* dst, size_t n);
+    // The next n bytes (n at most buffer_size) without consuming them:
+    // fewer only when the source ends before them.
+    std::span<uint8_t const> peek(size_t n);
+    // Consumes n bytes that peek showed.
+    void skip(size_t n) { pos_ += n; }
+
+    static constexpr size_t buffer_size = 4096;
 
 private:
     bool refill();
@@ -35,7 +42,7 @@ private:
     uint8_t const* pos_ = nullptr;
     uint8_t const* end_ = nullptr;
     uint64_t input_left_;
-    uint8_t buf_[4096];
+    uint8_t buf_[buffer_size];
 };
 
 // The bytes of one data block: at most `count` bytes of a source.
@@ -66,6 +73,11 @@ public:
     }
     // Consumes what is left of the block.
     void skip_rest();
+    // What is left of the block when the source holds it all in memory (or
+    // it ends there); else empty.
+    std::span<uint8_t const> buffered();
+    // Consumes n bytes that buffered() showed, and ends the block.
+    void consume(size_t n);
     uint64_t left() const { return left_; }
 
 private:

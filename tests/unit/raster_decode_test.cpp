@@ -143,4 +143,51 @@ TEST(RasterDecode, InputBlocksStopAtTheirCount)
     EXPECT_EQ(pcl_getc(), 'Y');
 }
 
+TEST(RasterDecode, InputBlocksAcrossTheBufferDecodeWhole)
+{
+    // Blocks larger than the reader's buffer: an adaptive block whose
+    // entries straddle its refills, and one PackBits row of 6000 bytes.
+    reset_converter();
+    bytes rows[3];
+    std::string pcl;
+    for (int r = 0; r < 3; ++r) {
+        rows[r].resize(2000);
+        for (size_t i = 0; i < rows[r].size(); ++i)
+            rows[r][i] = static_cast<uint8_t>(i * 7 + static_cast<size_t>(r));
+        pcl += std::string("\x00\x07\xd0", 3);  // unencoded, 2000 bytes
+        pcl.append(rows[r].begin(), rows[r].end());
+    }
+    size_t const adaptive_size = pcl.size();
+    bytes wide(6000);
+    for (size_t i = 0; i < wide.size(); i += 100) {
+        // 50 literal bytes, then a run of 50.
+        pcl += static_cast<char>(49);
+        for (size_t k = 0; k < 50; ++k) {
+            wide[i + k] = static_cast<uint8_t>(i + k);
+            pcl += static_cast<char>(wide[i + k]);
+        }
+        std::fill(wide.begin() + static_cast<ptrdiff_t>(i + 50), wide.begin() + static_cast<ptrdiff_t>(i + 100), 0xAB);
+        pcl += static_cast<char>(257 - 50);
+        pcl += '\xAB';
+    }
+    size_t const packbits_size = pcl.size() - adaptive_size;
+    InputFromString input(pcl + "Z");
+
+    byte_source src(adaptive_size);
+    block_reader in(src, adaptive_size);
+    bytes row(2000, 0);
+    for (auto const& expected : rows) {
+        ASSERT_EQ(decode_adaptive_entry(in, row).kind, adaptive_entry::row);
+        EXPECT_EQ(row, expected);
+    }
+    EXPECT_EQ(decode_adaptive_entry(in, row).kind, adaptive_entry::end);
+
+    byte_source src2(packbits_size);
+    block_reader in2(src2, packbits_size);
+    bytes got(6000, 0);
+    decode_row(RASTER_PACKBITS, in2, got);
+    EXPECT_EQ(got, wide);
+    EXPECT_EQ(pcl_getc(), 'Z');
+}
+
 }  // namespace

@@ -1,6 +1,7 @@
 #include "pcl/ps/raster_output.h"
 
 #include <string>
+#include <string_view>
 
 #include "pcl/environment.h"
 #include "pcl/ps/document.h"
@@ -14,8 +15,10 @@ raster_image current;
 std::vector<uint8_t> strip;   // rows collected, in the image's format
 int64_t strip_first = 0;      // index of the strip's first row
 int64_t strip_rows = 0;
-std::string encoded;          // run-length data, then its ASCII85 text
-std::string text;
+// Run-length data and its ASCII85 text; they only grow (up to what a full
+// strip needs), so their bytes are not cleared again for every strip.
+std::vector<char> encoded;
+std::vector<char> text;
 
 constexpr double points_per_unit = 72.0 / 72000.0;
 
@@ -139,12 +142,16 @@ void write_strip()
         ps_put(" >> dup /DataSource 3 index put\n{image flushfile flushfile} exec\n");
     }
 
-    encoded.clear();
-    run_length_encode(strip, encoded);
-    encoded.push_back(static_cast<char>(128));  // end of data
-    text.clear();
-    ascii85_encode(std::span(reinterpret_cast<uint8_t const*>(encoded.data()), encoded.size()), text);
-    ps_put(text);
+    size_t const rle_room = run_length_bound(strip.size()) + 1;
+    if (encoded.size() < rle_room)
+        encoded.resize(rle_room);
+    size_t rle = run_length_encode(strip, encoded.data());
+    encoded[rle++] = static_cast<char>(128);  // end of data
+    size_t const text_room = ascii85_bound(rle);
+    if (text.size() < text_room)
+        text.resize(text_room);
+    size_t const chars = ascii85_encode(std::span(reinterpret_cast<uint8_t const*>(encoded.data()), rle), text.data());
+    ps_put(std::string_view(text.data(), chars));
     ps_put("grestore\n");
     env.pos_changed = 1;
 }
@@ -198,6 +205,8 @@ void ps_raster_reset()
     current = raster_image{};
     strip.clear();
     strip.shrink_to_fit();
+    encoded = {};
+    text = {};
     strip_rows = 0;
     strip_first = 0;
 }
