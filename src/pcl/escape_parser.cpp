@@ -29,6 +29,11 @@ constexpr double max_value = 1e308;
 // Divisor of the last decimal that still counts: nine decimals are kept,
 // later ones are ignored.
 constexpr int64_t max_divisor = 1000000000;
+// Integer digits are gathered in an integer while the next step stays below
+// 2^53: up to there every step of the decimal accumulation in a double is
+// exact as well, so both give the same value. Longer numbers go on in the
+// double.
+constexpr uint64_t max_exact_whole = ((uint64_t{1} << 53) - 10) / 10;
 
 bool is_digit(int c) { return c >= '0' && c <= '9'; }
 bool is_upper_terminator(int c) { return c >= '@' && c <= 'Z'; }
@@ -130,6 +135,8 @@ char const* value_name(char const* const* names, double value)
 bool parse_groups(char p, char g)
 {
     for (;;) {
+        uint64_t whole = 0;
+        bool in_double = false;  // the value is in `value`, no longer in `whole`
         double value = 0.0;
         int64_t divisor = 0;
         double sign = 1.0;
@@ -142,7 +149,13 @@ bool parse_groups(char p, char g)
             int c = direct ? getc_unlocked(infp) : pcl_get_char();
             if (is_digit(c)) {
                 int d = c - '0';
-                if (divisor == 0) {
+                if (!in_double && whole <= max_exact_whole) {
+                    whole = whole * 10 + static_cast<uint64_t>(d);
+                } else if (divisor == 0) {
+                    if (!in_double) {
+                        value = static_cast<double>(whole);
+                        in_double = true;
+                    }
                     value = value * 10 + d;
                     if (!(value <= max_value))
                         value = max_value;
@@ -150,7 +163,13 @@ bool parse_groups(char p, char g)
                     value += static_cast<double>(d) / static_cast<double>(divisor);
                     divisor *= 10;
                 }
-            } else if (c == '+') {
+                continue;
+            }
+            if (!in_double) {
+                value = static_cast<double>(whole);
+                in_double = true;
+            }
+            if (c == '+') {
                 movetype = 1;
             } else if (c == '-') {
                 sign = -sign;
