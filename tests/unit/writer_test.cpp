@@ -172,4 +172,33 @@ TEST(Writer, BytesLeaveOnlyWhenFlushedAndTheFirstErrorIsKept)
     EXPECT_EQ(out.str(), expected);
 }
 
+TEST(Writer, LargeBlocksKeepTheirPlaceAmongWhatTheStreamHolds)
+{
+    // Traces written to the same stream between blocks stay in order, on a
+    // stream with a descriptor, whatever the block sizes.
+    FILE* const file = std::tmpfile();
+    ASSERT_NE(file, nullptr);
+    FILE* const saved = outfp;
+    outfp = file;
+    ps_out_reset();
+    std::string expected;
+    for (size_t size : {size_t{10}, size_t{70000}, size_t{16384}, size_t{200000}, size_t{3}}) {
+        std::fputs("trace\n", file);
+        expected += "trace\n";
+        std::string const block(size, static_cast<char>('a' + size % 26));
+        ps_put(block);
+        expected += block;
+        ps_out_flush();
+    }
+    EXPECT_EQ(ps_out_error(), 0);
+    std::rewind(file);
+    std::string got;
+    char chunk[4096];
+    for (size_t n; (n = std::fread(chunk, 1, sizeof chunk, file)) > 0;)
+        got.append(chunk, n);
+    EXPECT_EQ(got, expected);
+    outfp = saved;
+    std::fclose(file);
+}
+
 }  // namespace

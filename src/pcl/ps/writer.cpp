@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstdio>
+#include <unistd.h>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -39,10 +41,36 @@ void record_error()
         error_handler(first_error);
 }
 
+// Writes a large block to the stream's descriptor, after what the stream
+// holds: handing it to the stream would only copy it into the stream's
+// buffer first. False when the stream has no descriptor (a memory stream)
+// or cannot be flushed; the block is then the stream's to write.
+bool write_through(char const* data, size_t n)
+{
+    int const fd = fileno(outfp);
+    if (fd < 0 || std::fflush(outfp) != 0)
+        return false;
+    while (n > 0) {
+        ssize_t const done = ::write(fd, data, n);
+        if (done < 0) {
+            if (errno == EINTR)
+                continue;
+            record_error();
+            return true;
+        }
+        data += done;
+        n -= static_cast<size_t>(done);
+    }
+    return true;
+}
+
 // The one place where the document's bytes are handed to the stream.
 void emit(char const* data, size_t n)
 {
     if (n == 0 || !outfp)
+        return;
+    errno = 0;
+    if (n >= kCapacity / 4 && write_through(data, n))
         return;
     errno = 0;
     if (std::fwrite(data, 1, n, outfp) != n)
