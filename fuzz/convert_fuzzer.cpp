@@ -15,17 +15,16 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "config_store.h"
 #include "pcl/command_table.h"
 #include "pcl/environment.h"
-#include "pcl/fonts.h"
 #include "pcl/glyph_map.h"
 #include "pcl/input.h"
 #include "pcl/macros.h"
 #include "pcl/ps/document.h"
+#include "pcl/ps/writer.h"
 #include "pcl/raster.h"
-#include "pcl/text_buffer.h"
 #include "pcl/text_loop.h"
+#include "reset.h"
 #include "run_mode.h"
 
 namespace {
@@ -104,17 +103,15 @@ void convert(uint8_t const* data, size_t size, int ps_mode, bool piped)
         return;
     }
 
+    tarvo_reset();
     genps = ps_mode;
     verbose = ps_mode ? 0 : 1;
-    debug = 0;
     doc_title = "fuzz";
     infp = in;
-    outfp = counting_sink();
+    ps_out_set_stream(counting_sink());
     input_size = size;
     written = 0;
 
-    ps_document_reset();
-    cbuf_init();
     pcl_init();
     mac_set_replay_base(kReplayBase);
     raster_set_draw_base(kRasterBase);
@@ -128,10 +125,8 @@ void convert(uint8_t const* data, size_t size, int ps_mode, bool piped)
 
     // Drop everything a run may leave behind, so leaks show and the next run
     // starts clean.
-    mac_reset(3);
-    font_list.clear();
     std::fclose(in);
-    infp = nullptr;
+    tarvo_reset();
 }
 
 }  // namespace
@@ -139,7 +134,6 @@ void convert(uint8_t const* data, size_t size, int ps_mode, bool piped)
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size)
 {
     start_up();
-    config_clear();
     // Analysis output and diagnostics go to the standard streams; keep them
     // out of the fuzzer's log (sanitizer reports use the descriptor directly)
     // but count them with the rest.

@@ -22,6 +22,7 @@
 #include "pcl/glyph_map.h"
 #include "pcl/input.h"
 #include "output_file.h"
+#include "reset.h"
 #include "pcl/ps/document.h"
 #include "pcl/ps/writer.h"
 #include "pcl/ps/resources.h"
@@ -35,7 +36,6 @@ int debug = 0;
 char const* doc_title = nullptr;
 FILE* infp = nullptr;
 char const* in_name = nullptr;
-FILE* outfp = nullptr;
 char const* progname = "tarvo";
 
 namespace {
@@ -46,6 +46,7 @@ constexpr char const* kDocAddress = "https://docs.zenthorax.com/tarvo/";
 constexpr char const* kOptString = ":spdaVc:o:m:gG:t:vC:";
 constexpr char const* kConfigName = "tarvo.cfg";
 constexpr char const* kStdinName = "standard input";
+constexpr char const* kStdoutName = "standard output";
 constexpr size_t kOutputBufferSize = 64 * 1024;
 constexpr size_t kInputBufferSize = 64 * 1024;
 
@@ -222,7 +223,7 @@ bool input_failed()
 }
 
 // The output in messages: the -o file, standard output or the interpreter.
-char const* out_display = "standard output";
+char const* out_display = kStdoutName;
 
 void report_gs_status(int rc)
 {
@@ -251,7 +252,7 @@ int report_output_failure(OutputFailed const& failure)
         if (int const rc = gs_close(); rc > 0)
             report_gs_status(rc);
     }
-    outfp = nullptr;
+    ps_out_set_stream(nullptr);
     return 1;
 }
 
@@ -310,8 +311,6 @@ int parse_options(int argc, char** argv, Options& o)
         return 0;
     }
 
-    genps = 0;
-    doc_title = nullptr;
     optind = 0;  // full re-initialisation of getopt's state
     int opt;
     while ((opt = getopt(argc, argv, kOptString)) != -1) {
@@ -429,9 +428,9 @@ int set_up_output(Options const& o, FilePtr& out_owner)
             out_file_commit(false);
             return 1;
         }
-        outfp = out_owner.get();
+        ps_out_set_stream(out_owner.get());
     } else {
-        outfp = stdout;
+        ps_out_set_stream(stdout);
     }
     if (outfp) {
         static char out_buffer[kOutputBufferSize];
@@ -529,7 +528,7 @@ int finish(Options const& o, FilePtr& out_owner, int status)
 
     if (out_owner) {
         // The document is complete; closing may still fail (a full disk).
-        outfp = nullptr;
+        ps_out_set_stream(nullptr);
         errno = 0;
         if (std::fclose(out_owner.release()) != 0) {
             std::fprintf(stderr, "%s: %s: %s\n", progname, o.out_file, std::strerror(errno ? errno : EIO));
@@ -559,8 +558,21 @@ int finish(Options const& o, FilePtr& out_owner, int status)
 
 }  // namespace
 
+void run_mode_reset()
+{
+    genps = 0;
+    verbose = 0;
+    debug = 0;
+    doc_title = nullptr;
+    infp = nullptr;
+    in_name = nullptr;
+    progname = kName;
+    out_display = kStdoutName;
+}
+
 int tarvo_main(int argc, char** argv)
 {
+    tarvo_reset();
     progname = base_name(argc > 0 ? argv[0] : nullptr);
     Options o;
     if (int const rc = parse_options(argc, argv, o); rc >= 0)

@@ -12,6 +12,7 @@
 #include "config_store.h"
 #include "pcl/environment.h"
 #include "pcl/ps/resources.h"
+#include "pcl/ps/writer.h"
 #include "run_mode.h"
 
 std::string gs_cmd;
@@ -143,13 +144,19 @@ bool gs_run()
         return false;
     }
     std::setvbuf(gs_pipe.get(), pipe_buffer, _IOFBF, sizeof pipe_buffer);
-    outfp = gs_pipe.get();
+    ps_out_set_stream(gs_pipe.get());
     return true;
 }
 
 int gs_close()
 {
     if (gs_pipe && outfp == gs_pipe.get())
-        outfp = nullptr;
+        ps_out_set_stream(nullptr);
     return gs_pipe.close();
+}
+
+void gs_reset()
+{
+    gs_close();
+    gs_cmd.clear();
 }

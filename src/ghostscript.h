@@ -19,3 +19,5 @@ bool gs_run();
 bool gs_names_device();
 // Closes the pipe and returns pclose's raw status (-1 when nothing to close).
 int gs_close();
+// Start-up state: no pipe, no command line.
+void gs_reset();

@@ -116,3 +116,10 @@ OutputCommit out_file_commit(bool success)
     temp_active = 0;
     return OutputCommit::committed;
 }
+
+void out_file_reset()
+{
+    remove_temp();
+    target_name.clear();
+    write_name.clear();
+}

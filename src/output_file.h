@@ -21,3 +21,5 @@ char const* out_file_name();
 // Ends the output: with `success`, a non-empty temporary file replaces the
 // target; otherwise it is removed.
 OutputCommit out_file_commit(bool success);
+// Start-up state: no target, no temporary file (one left over is removed).
+void out_file_reset();

@@ -87,7 +87,7 @@ void pcl_symset(int code, int which)
     }
     if (which != 0 && which != 1)
         return;
-    font[which].symset = code;
+    fnt_set_symset(which, code);
     if (which == active_font_index())
         font_serial_bump();
 }

@@ -79,8 +79,8 @@ void apply_default_symset(char const* text)
     else
         return;
     if (cv_symset_supported(code)) {
-        font[0].symset = code;
-        font[1].symset = code;
+        fnt_set_symset(0, code);
+        fnt_set_symset(1, code);
     }
     if (len == 3 && code == SS_18N)
         env.text_method = 1008;
@@ -93,9 +93,7 @@ void apply_default_pitch(char const* text)
     // character advance; the built-in one stays.
     if (!std::isfinite(pitch) || pitch <= 0)
         return;
-    font[0].pitch = pitch;
-    font[1].pitch = pitch;
-    pcl_font_recompute_hmi();
+    fnt_set_pitch_both(pitch);
 }
 
 void apply_default_lines(int32_t n)
@@ -427,6 +425,14 @@ void pcl_text_parsing_method(double value)
     }
 }
 
+void environment_reset()
+{
+    env = pcl_env{};
+    default_env = pcl_env{};
+    default_env_valid = 0;
+    compat_f = 0;
+}
+
 void pcl_init()
 {
     default_env_valid = 0;
@@ -442,7 +448,7 @@ void pcl_init()
 
     pcl_page_size(26);
 
-    font[0] = font[1] = font_defaults;
+    fnt_restore({font_defaults, font_defaults});
     font_serial_bump();
     env.font_sel = 0;
     env.overlay_id = -1;
@@ -452,12 +458,9 @@ void pcl_init()
 
     apply_configured_defaults();
 
-    default_font[0] = font[0];
-    default_font[1] = font[1];
+    fnt_save_defaults();
     default_env = env;
     default_env_valid = 1;
-    getchar_func = getc_only;
-    in_macro_definition = 0;
 
     if (char const* s = config_get_option("CONFIG", "BCOMPAT", nullptr))
         compat_f = config_int(s);
@@ -467,8 +470,7 @@ void pcl_reset()
 {
     flush_page();
     raster_reset();
-    font[0] = default_font[0];
-    font[1] = default_font[1];
+    fnt_restore(default_font);
     // The page counter and the page's used flag survive the reset: the output
     // side opens a new page only when the counter differs from the one of its
     // open page, and a page ended by the flush above must stay ended.
@@ -482,8 +484,6 @@ void pcl_reset()
     env.page_serial = page_serial;
     env.page_dirty = page_dirty;
     env.font_serial = font_serial;
-    getchar_func = getc_only;
-    in_macro_definition = 0;
     mac_reset(TEMPORARY);
     fnt_reset();
 }

@@ -94,7 +94,11 @@ inline int32_t next_serial(int32_t serial)
 // Tells the output side that the active font may have changed.
 inline void font_serial_bump() { env.font_serial = next_serial(env.font_serial); }
 
+// Start-up state: an empty environment and no saved defaults.
+void environment_reset();
+// The power-on environment from the configuration (after environment_reset).
 void pcl_init();
+// The printer reset: back to the saved defaults.
 void pcl_reset();
 void flush_page();
 void pcl_clear_margins();

@@ -378,3 +378,9 @@ void interp(char p, char g, char t, double value)
     if (int kind = data_kind(key))
         readdesc(kind, to_count(value));
 }
+
+void escape_parser_reset()
+{
+    movetype = 0;
+    fontind = 0;
+}

@@ -5,6 +5,9 @@
 extern int movetype;  // 1 when the current value carried an explicit sign
 extern int fontind;   // 0 after ESC (, 1 after ESC )
 
+// Start-up state: no sign seen, the primary font addressed.
+void escape_parser_reset();
+
 void parse_escape();
 void multisequence(char p, char g);
 void interp(char p, char g, char t, double value);

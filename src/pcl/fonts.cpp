@@ -229,3 +229,34 @@ void fnt_reset()
 {
     std::erase_if(font_list, [](font_node const& n) { return n.type == TEMPORARY; });
 }
+
+void fnt_restore(pcl_font const (&entries)[2])
+{
+    font[0] = entries[0];
+    font[1] = entries[1];
+}
+
+void fnt_save_defaults()
+{
+    default_font[0] = font[0];
+    default_font[1] = font[1];
+}
+
+void fnt_set_symset(int which, int32_t code)
+{
+    font[which != 0 ? 1 : 0].symset = code;
+}
+
+void fnt_set_pitch_both(double pitch)
+{
+    font[0].pitch = pitch;
+    font[1].pitch = pitch;
+    pcl_font_recompute_hmi();
+}
+
+void fonts_reset()
+{
+    font[0] = font[1] = font_defaults;
+    default_font[0] = default_font[1] = font_defaults;
+    font_list.clear();
+}

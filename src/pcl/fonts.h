@@ -70,3 +70,17 @@ void pcl_font_recompute_hmi();
 void pcl_font_hmi_from_pitch();
 // Deletes the temporary font IDs (a printer reset).
 void fnt_reset();
+
+// Both entries at once: the built-in pair, the saved defaults of a printer
+// reset, or the caller's pair after a macro level.
+void fnt_restore(pcl_font const (&entries)[2]);
+// The current entries become the defaults a printer reset returns to.
+void fnt_save_defaults();
+// The symbol set of entry `which` (0 or 1), as the designating command or
+// the configuration sets it; the caller decides what else follows.
+void fnt_set_symset(int which, int32_t code);
+// The configured default pitch for both entries; the HMI follows.
+void fnt_set_pitch_both(double pitch);
+
+// Start-up state: both entries and their defaults built in, no font IDs.
+void fonts_reset();

@@ -172,6 +172,28 @@ void readhex(int count)
         raw_getc();
 }
 
+void input_clear_lookahead()
+{
+    getc_buf_ofs = 0;
+    getc_buf_cnt = 0;
+}
+
+void input_unread(int c)
+{
+    if (getc_buf_cnt < static_cast<int>(std::size(getc_buf)))
+        getc_buf[getc_buf_cnt++] = c;
+}
+
+void input_reset()
+{
+    getchar_func = getc_only;
+    input_clear_lookahead();
+    std::fill(std::begin(getc_buf), std::end(getc_buf), 0);
+    bytes_read = 0;
+    read_error = 0;
+    head_len = 0;
+}
+
 void pcl_skip(unsigned count)
 {
     while (count > 0 && !lookahead_empty()) {

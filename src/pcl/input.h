@@ -59,6 +59,18 @@ inline bool utf8_text_method()
     return env.text_method == UTF8_TEXT_METHOD || env.text_method == UTF8_TEXT_METHOD_ALT;
 }
 
+// Installs the raw input function (the file reader, or a macro replay).
+inline void input_set_reader(getchar_fn reader) { getchar_func = reader; }
+
+// Drops the pending look-ahead bytes.
+void input_clear_lookahead();
+// Queues `c` (a byte, or -1 for the end of input) as the next raw byte
+// after those already queued; at most 8 can be pending.
+void input_unread(int c);
+
+// Start-up state: the file reader, no look-ahead, nothing read.
+void input_reset();
+
 // True while no look-ahead byte is pending.
 inline bool lookahead_empty()
 {

@@ -127,9 +127,9 @@ bool replay_allowed(int id)
 void install_reader()
 {
     if (drain_left > 0)
-        getchar_func = resume_getc;
+        input_set_reader(resume_getc);
     else
-        getchar_func = level_reader();
+        input_set_reader(level_reader());
 }
 
 // Stands in front of the reader of the current level after a level ended.
@@ -143,7 +143,7 @@ int resume_getc()
         if (drain_left > 0)
             return -1;
     }
-    getchar_func = level_reader();
+    input_set_reader(level_reader());
     return getchar_func();
 }
 
@@ -166,8 +166,7 @@ void restore_frame(macro_frame const& f)
     int32_t const page_dirty = env.page_dirty;
     int32_t const font_serial = env.font_serial;
     env = f.env;
-    font[0] = f.font[0];
-    font[1] = f.font[1];
+    fnt_restore(f.font);
     env.page_serial = page_serial;
     env.page_dirty = page_dirty;
     if (font_serial != f.env.font_serial)
@@ -398,7 +397,7 @@ pcl_macro* mac_call(int id, int mode)
         f.font[0] = font[0];
         f.font[1] = font[1];
     }
-    getchar_func = mode == MAC_OVERLAY ? auto_getc : mac_getc;
+    input_set_reader(mode == MAC_OVERLAY ? auto_getc : mac_getc);
     exec.body = m->body;
     exec.pos = exec.body->data();
     exec.end = exec.pos + exec.body->size();
@@ -473,6 +472,7 @@ void mac_free(pcl_macro* macro)
 
 void mac_reset(int kind)
 {
+    in_macro_definition = 0;
     abandon_levels(false);
     if (kind == PERMANENT)
         delete_all();
@@ -489,4 +489,21 @@ void mac_set_replay_base(uint64_t base)
     replay_spent = 0;
     input_at_start = input_bytes_read();
     limit_reported = false;
+}
+
+void macros_reset()
+{
+    macro_store.clear();
+    forget_recording();
+    in_macro_definition = 0;
+    mac_nesting = 0;
+    exec = replay_pos{};
+    for (macro_frame& f : macro_stack)
+        f = macro_frame{};
+    replay_spent = 0;
+    replay_base = MAC_REPLAY_BASE;
+    input_at_start = 0;
+    limit_reported = false;
+    drain_left = 0;
+    drain_serial = 0;
 }

@@ -82,11 +82,14 @@ int auto_getc();
 void mac_pop();
 pcl_macro* mac_get_byid(int id);
 void mac_free(pcl_macro* macro);
-// The reset's entry: abandons every replay level (without restoring their
-// saved environments: the reset's own state wins), then deletes all macros
-// (kind PERMANENT) or those of the given type, and reinstalls the reader of
-// the file.
+// The printer reset's entry: ends a definition being recorded, abandons
+// every replay level (without restoring their saved environments: the
+// reset's own state wins), then deletes all macros (kind PERMANENT) or those
+// of the given type, and reinstalls the reader of the file.
 void mac_reset(int kind);
+// Start-up state: no macros, no definition or replay, nothing replayed and
+// the standard replay allowance.
+void macros_reset();
 // Replay units spent so far in this run.
 uint64_t mac_replay_work();
 // The absolute part of the replay allowance (MAC_REPLAY_BASE unless a test

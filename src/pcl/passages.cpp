@@ -32,12 +32,6 @@ struct statement {
     char const* more() const { return len == STATEMENT_MAX ? " ..." : ""; }
 };
 
-void clear_lookahead()
-{
-    getc_buf_ofs = 0;
-    getc_buf_cnt = 0;
-}
-
 void trace_hpgl(statement const& st)
 {
     bool const show = in_macro_definition == 0 ? verbose >= 1 : verbose >= 2;
@@ -49,7 +43,7 @@ void trace_hpgl(statement const& st)
 
 int parse_pjl()
 {
-    clear_lookahead();
+    input_clear_lookahead();
     for (;;) {
         // A line that does not start with "@PJL" ends the passage; the
         // bytes read of it go back to the PCL parser.
@@ -57,9 +51,10 @@ int parse_pjl()
             int c = std::getc(infp);
             if (i == 0 && c == EOF)
                 return -1;
-            getc_buf[i] = c == EOF ? -1 : c;
             if (c != pjl_prefix[i]) {
-                getc_buf_cnt = i + 1;
+                for (int j = 0; j < i; ++j)
+                    input_unread(pjl_prefix[j]);
+                input_unread(c == EOF ? -1 : c);
                 return i + 1;
             }
         }
@@ -82,7 +77,7 @@ int parse_pjl()
 
 void parse_hpgl(int)
 {
-    clear_lookahead();
+    input_clear_lookahead();
     statement st;
     for (;;) {
         int c = pcl_getc();
@@ -91,7 +86,7 @@ void parse_hpgl(int)
         if (c == ESC) {
             if (st.len > 0)
                 trace_hpgl(st);
-            getc_buf[getc_buf_cnt++] = ESC;
+            input_unread(ESC);
             return;
         }
         if (c == '\r' || c == '\n')

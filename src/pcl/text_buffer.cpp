@@ -158,6 +158,19 @@ void cbuf_init()
     prop_valid = false;
 }
 
+void cbuf_reset()
+{
+    cbuf_init();
+    c_buf_curX = 0;
+    c_buf_ul = 0;
+    std::memset(cbuf_fast_codes, 0, sizeof cbuf_fast_codes);
+    std::memset(cbuf_fast_adv, 0, sizeof cbuf_fast_adv);
+    cbuf_fast_serial = 0;
+    cbuf_fast_prop = false;
+    prop = proportional_font{};
+    prop_serial = 0;
+}
+
 void cbuf_add_slow(int ch)
 {
     if (c_buf_len >= CBUF_SIZE)

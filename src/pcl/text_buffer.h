@@ -20,7 +20,10 @@ extern int c_buf_ul;
 // The pending run is drawn without its underline (a bar code replaces it).
 void cbuf_drop_underline();
 
+// Empties the run and forgets the conversion tables (the start of a file).
 void cbuf_init();
+// Start-up state of the text buffer.
+void cbuf_reset();
 void cbuf_flush(int reason);
 
 // The byte conversion of the symbol set used last (see cbuf_add_slow);
@@ -37,20 +40,44 @@ extern int32_t cbuf_fast_adv[256];
 // different symbol set or font, analysis mode.
 void cbuf_add_slow(int ch);
 
+// Whether a byte may take the fast path: room in the buffer, the symbol
+// set and font of the cached conversion, no analysis.
+inline bool cbuf_fast_open()
+{
+    return c_buf_len < CBUF_SIZE && !verbose && active_font().symset == cbuf_fast_symset &&
+           env.font_serial == cbuf_fast_serial;
+}
+
+// The fast path writes converted codes straight into the buffer: from
+// cbuf_fast_begin (which starts a run at the cursor when the buffer is
+// empty) up to at most cbuf_fast_limit, then hands the end to
+// cbuf_fast_commit. Only valid while cbuf_fast_open holds.
+inline uint16_t* cbuf_fast_begin()
+{
+    if (c_buf_len == 0) {
+        c_buf_curX = env.cur_x;
+        c_buf_ul = env.underline;
+    }
+    return c_buf_p;
+}
+
+inline uint16_t* cbuf_fast_limit() { return c_buf + CBUF_SIZE; }
+
+inline void cbuf_fast_commit(uint16_t* end)
+{
+    c_buf_len += static_cast<int>(end - c_buf_p);
+    c_buf_p = end;
+}
+
 // Appends one printable character to the run. The common case (a byte in
 // the symbol set and font of the previous character, room in the buffer,
 // no analysis) is inlined into the text loop.
 inline void cbuf_add(int ch)
 {
-    if (c_buf_len < CBUF_SIZE && static_cast<unsigned>(ch) <= 0xFF && !verbose &&
-        active_font().symset == cbuf_fast_symset && env.font_serial == cbuf_fast_serial)
-        [[likely]] {
-        if (c_buf_len == 0) {
-            c_buf_curX = env.cur_x;
-            c_buf_ul = env.underline;
-        }
-        *c_buf_p++ = cbuf_fast_codes[ch];
-        ++c_buf_len;
+    if (static_cast<unsigned>(ch) <= 0xFF && cbuf_fast_open()) [[likely]] {
+        uint16_t* const p = cbuf_fast_begin();
+        *p = cbuf_fast_codes[ch];
+        cbuf_fast_commit(p + 1);
         env.cur_x = sat_add(env.cur_x, cbuf_fast_prop ? cbuf_fast_adv[ch] : env.hmi);
         return;
     }

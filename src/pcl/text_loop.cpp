@@ -142,17 +142,12 @@ int read_text_direct()
         int c = getc_unlocked(fp);
         if (c <= 15 || c == ESC)
             return c;
-        if (verbose || c_buf_len >= CBUF_SIZE ||
-            active_font().symset != cbuf_fast_symset || env.font_serial != cbuf_fast_serial) {
+        if (!cbuf_fast_open()) {
             cbuf_add_slow(c);
             continue;
         }
-        if (c_buf_len == 0) {
-            c_buf_curX = env.cur_x;
-            c_buf_ul = env.underline;
-        }
-        uint16_t* const start = c_buf_p;
-        uint16_t* const end = c_buf + CBUF_SIZE;
+        uint16_t* const start = cbuf_fast_begin();
+        uint16_t* const end = cbuf_fast_limit();
         uint16_t* p = start;
         *p++ = cbuf_fast_codes[c];
         int64_t widths = cbuf_fast_adv[c];
@@ -167,8 +162,7 @@ int read_text_direct()
             widths += cbuf_fast_adv[c];
         }
         int64_t const n = p - start;
-        c_buf_p = p;
-        c_buf_len += static_cast<int>(n);
+        cbuf_fast_commit(p);
         env.cur_x = sat32(env.cur_x + (cbuf_fast_prop ? widths : n * env.hmi));
         if (stopped)
             return c;

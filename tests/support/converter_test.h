@@ -22,6 +22,7 @@
 #include "pcl/input.h"
 #include "pcl/macros.h"
 #include "pcl/text_loop.h"
+#include "reset.h"
 #include "run_mode.h"
 #include "symbol_sets.h"
 #include "test_support.h"

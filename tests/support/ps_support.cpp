@@ -6,14 +6,12 @@
 #include "config_store.h"
 #include "pcl/environment.h"
 #include "pcl/fonts.h"
-#include "pcl/ps/document.h"
-#include "pcl/text_buffer.h"
+#include "reset.h"
 #include "run_mode.h"
 
 void reset_ps_state()
 {
-    ps_document_reset();
-    config_clear();
+    tarvo_reset();
     env = pcl_env{};
     env.paper_width = 612000;
     env.paper_height = 792000;
@@ -27,9 +25,6 @@ void reset_ps_state()
     font[0].typeface = 3;
     font[1] = font[0];
     genps = 1;
-    verbose = 0;
-    doc_title = nullptr;
-    cbuf_init();
 }
 
 bool have_tool(char const* tool)

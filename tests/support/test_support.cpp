@@ -20,6 +20,7 @@
 #include "pcl/macros.h"
 #include "pcl/ps/writer.h"
 #include "pcl/text_loop.h"
+#include "reset.h"
 #include "run_mode.h"
 
 InputFromString::InputFromString(std::string_view bytes, bool piped) : data_(bytes), saved_(infp)
@@ -66,8 +67,8 @@ OutputCapture::OutputCapture() : saved_(outfp)
     file_ = open_memstream(&buf_, &len_);
     if (!file_)
         throw std::runtime_error("open_memstream failed");
-    outfp = file_;
     ps_out_reset();
+    ps_out_set_stream(file_);
 }
 
 OutputCapture::~OutputCapture()
@@ -75,7 +76,7 @@ OutputCapture::~OutputCapture()
     ps_out_reset();
     std::fclose(file_);
     std::free(buf_);
-    outfp = saved_;
+    ps_out_set_stream(saved_);
 }
 
 std::string OutputCapture::str()
@@ -175,14 +176,9 @@ std::string TempDir::write(std::string const& name, std::string_view contents) c
 
 void reset_converter()
 {
-    config_clear();
-    verbose = genps = debug = movetype = compat_f = in_macro_definition = 0;
+    tarvo_reset();
     hash_setup();
     pcl_init();
-    mac_reset(PERMANENT);
-    mac_set_replay_base(MAC_REPLAY_BASE);
-    getchar_func = getc_only;
-    getc_buf_ofs = getc_buf_cnt = 0;
 }
 
 std::string run_pcl(std::string_view bytes, int level)

@@ -10,21 +10,15 @@
 #include "pcl/input.h"
 #include "pcl/macros.h"
 #include "run_mode.h"
+#include "reset.h"
 #include "test_support.h"
 
 namespace {
 
 class DataBlocks : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        verbose = debug = genps = 0;
-        pcl_init();
-        in_macro_definition = 0;
-        getchar_func = getc_only;
-        getc_buf_ofs = getc_buf_cnt = 0;
-    }
-    void TearDown() override { verbose = genps = in_macro_definition = 0; }
+    void SetUp() override { reset_converter(); }
+    void TearDown() override { tarvo_reset(); }
 
     // The rest of the input after a call, as raw bytes.
     static std::string rest()

@@ -12,6 +12,7 @@
 #include "ghostscript.h"
 #include "pcl/environment.h"
 #include "pcl/ps/document.h"
+#include "pcl/ps/writer.h"
 #include "pcl/text_buffer.h"
 #include "ps_support.h"
 #include "run_mode.h"

@@ -11,8 +11,7 @@ protected:
     // Re-runs the start-up with the given DEFAULT items.
     static void init_with(std::initializer_list<std::pair<char const*, char const*>> items)
     {
-        verbose = genps = compat_f = 0;
-        config_clear();
+        tarvo_reset();
         for (auto const& [item, value] : items)
             config_add_value("DEFAULT", item, value);
         pcl_init();

@@ -12,7 +12,7 @@ namespace {
 class EscapeParser : public ::testing::Test {
 protected:
     void SetUp() override { reset_converter(); }
-    void TearDown() override { in_macro_definition = 0; }
+    void TearDown() override { tarvo_reset(); }
 };
 
 TEST_F(EscapeParser, InterruptedRunsUseConstantStack)

@@ -9,13 +9,9 @@ class Fonts : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        verbose = 0;
-        fontind = 0;
-        font[0] = font[1] = font_defaults;
-        env = pcl_env{};
+        tarvo_reset();
         env.hmi = 7200;
         env.font_serial = 100;
-        font_list.clear();
     }
 
     static std::vector<int32_t> ids()

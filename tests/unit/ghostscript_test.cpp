@@ -12,7 +12,9 @@
 #include "config_store.h"
 #include "ghostscript.h"
 #include "pcl/ps/resources.h"
+#include "pcl/ps/writer.h"
 #include "run_mode.h"
+#include "reset.h"
 #include "test_support.h"
 
 namespace {
@@ -21,8 +23,7 @@ class GsCommand : public testing::Test {
 protected:
     void SetUp() override
     {
-        config_clear();
-        verbose = 0;
+        tarvo_reset();
         unsetenv("GS_FONTPATH");
     }
     void TearDown() override { SetUp(); }

@@ -7,20 +7,15 @@
 #include "pcl/environment.h"
 #include "pcl/input.h"
 #include "run_mode.h"
+#include "reset.h"
 #include "test_support.h"
 
 namespace {
 
 class Input : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        env = pcl_env{};
-        debug = 0;
-        getchar_func = getc_only;
-        getc_buf_ofs = getc_buf_cnt = 0;
-    }
-    void TearDown() override { SetUp(); }
+    void SetUp() override { tarvo_reset(); }
+    void TearDown() override { tarvo_reset(); }
 
     // Decodes all of `bytes` with the given text parsing method.
     static std::vector<int> decode(std::string const& bytes, int method)

@@ -21,7 +21,7 @@ std::string ctl(int v) { return E + "&f" + std::to_string(v) + "X"; }
 class MacroParse : public testing::Test {
 protected:
     void SetUp() override { reset_converter(); }
-    void TearDown() override { mac_reset(PERMANENT); }
+    void TearDown() override { tarvo_reset(); }
 };
 
 TEST_F(MacroParse, MacrosEndingInTheirOwnCallAreBounded)

@@ -10,7 +10,7 @@ std::string const kClose = "\x1b&f1X";
 class Macros : public ::testing::Test {
 protected:
     void SetUp() override { reset_converter(); }
-    void TearDown() override { mac_reset(PERMANENT); }
+    void TearDown() override { tarvo_reset(); }
 
     // Records `body` followed by `closing` as macro `id`.
     static void define(int id, std::string const& body, std::string const& closing = kClose)

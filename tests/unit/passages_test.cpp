@@ -17,8 +17,7 @@ protected:
 TEST_F(Passages, HpglHandsBackTheEscape)
 {
     InputFromString in("IN;\x1b%0A");
-    getc_buf[0] = 'Q';  // stale look-ahead is discarded
-    getc_buf_cnt = 1;
+    input_unread('Q');  // stale look-ahead is discarded
     capture_stdout([] { parse_hpgl(1); });
     EXPECT_EQ(pcl_getc(), 27);
     EXPECT_EQ(pcl_getc(), '%');

@@ -6,7 +6,7 @@ namespace {
 class Rectangles : public testing::Test {
 protected:
     void SetUp() override { reset_converter(); }
-    void TearDown() override { verbose = genps = 0; }
+    void TearDown() override { tarvo_reset(); }
 };
 
 // Sizes, shading levels, fill types and hostile sizes are the rect_edges

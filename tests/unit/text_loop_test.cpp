@@ -13,6 +13,7 @@
 #include "pcl/text_buffer.h"
 #include "pcl/text_loop.h"
 #include "run_mode.h"
+#include "reset.h"
 #include "test_support.h"
 
 namespace {
@@ -25,7 +26,7 @@ class TextLoop : public testing::Test {
 protected:
     void SetUp() override
     {
-        env = pcl_env{};
+        tarvo_reset();
         env.page_width = 612000;
         env.page_height = 792000 * 4;
         env.text_length = 792000 * 3;
@@ -37,12 +38,8 @@ protected:
         font[0].pitch = 10;
         font[1].pitch = 16.67;
         font[0].symset = font[1].symset = 277;
-        in_macro_definition = 0;
-        verbose = debug = genps = 0;
-        getchar_func = getc_only;
-        getc_buf_ofs = getc_buf_cnt = 0;
     }
-    void TearDown() override { in_macro_definition = 0; }
+    void TearDown() override { tarvo_reset(); }
 
     static std::string run(std::string const& bytes)
     {

@@ -147,18 +147,19 @@ TEST(Writer, BytesLeaveOnlyWhenFlushedAndTheFirstErrorIsKept)
     FILE* const full = std::fopen("/dev/full", "w");
     ASSERT_NE(full, nullptr);
     FILE* const saved = outfp;
-    outfp = full;
     ps_out_reset();
+    ps_out_set_stream(full);
     ps_put("%!PS\n");
     ps_put(std::string(100000, '%'));  // longer than the buffer
     EXPECT_EQ(ps_out_error(), ENOSPC);
     ps_out_reset();
+    ps_out_set_stream(full);
     ps_put("%!PS\n");
     EXPECT_EQ(ps_out_error(), 0);  // not flushed yet
     ps_out_flush();
     EXPECT_EQ(ps_out_error(), ENOSPC);
     ps_out_reset();
-    outfp = saved;
+    ps_out_set_stream(saved);
     std::fclose(full);
 
     // Blocks of any size arrive whole and in order.

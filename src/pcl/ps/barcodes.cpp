@@ -127,7 +127,6 @@ int ps_barcode_run(uint16_t const* codes, int count)
         ps_put_nums({d.scale, d.scale});
         ps_put(" scale\n");
     }
-    emitting = 1;
     ps_put('(');
 
     int begin = 0, end = count > 0 ? count : 0;
@@ -168,7 +167,6 @@ int ps_barcode_run(uint16_t const* codes, int count)
     ps_put(" findresource exec\n");
     if (d.scale != 0)
         ps_put("grestore\n");
-    emitting = 0;
     env.pos_changed = 1;
     return 1;
 }

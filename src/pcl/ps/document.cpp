@@ -38,8 +38,6 @@ double ps_page_origin_width;
 int ps_page_rotate;
 int ps_last_rotate;
 int ps_tray;
-int emitting;
-int characteristic;
 std::vector<std::string> used_font_list;
 int ps_barcode;
 int ps_overlay_mode = 1;
@@ -470,10 +468,9 @@ void ps_page_header(int first)
     ps_last_rotate = 0;
     ps_rotate_page(ps_page_rotate);
 
-    characteristic = 0;
     ps_tray = env.paper_source;
-    // showpage resets the graphics state to black, so the text colour must
-    // be written again on the new page when it is not black.
+    // showpage resets the graphics state: the font and the text colour must
+    // be written again on the new page.
     ps_text_page_start();
 
     if (ps_overlay_mode & 1)
@@ -546,15 +543,6 @@ void ps_rotate_page(int angle)
         ps_origin_y = page_sideways ? ps_page_origin_y : ps_page_origin_width;
     else
         ps_origin_y = page_sideways ? ps_page_origin_width : ps_page_origin_y;
-}
-
-void ps_endemit()
-{
-    if (emitting == 2)
-        ps_put(")U\n");
-    else if (emitting == 1)
-        ps_put(")S\n");
-    emitting = 0;
 }
 
 void ps_setpos()
@@ -658,8 +646,6 @@ void ps_document_reset()
     ps_page_rotate = 0;
     ps_last_rotate = 0;
     ps_tray = 0;
-    emitting = 0;
-    characteristic = 0;
     used_font_list.clear();
     document_media.clear();
     page_media = sheet{};

@@ -20,8 +20,6 @@ extern double ps_page_origin_width;
 extern int ps_page_rotate;
 extern int ps_last_rotate;
 extern int ps_tray;
-extern int emitting;
-extern int characteristic;
 extern std::vector<std::string> used_font_list;
 extern int ps_barcode;
 extern int ps_overlay_mode;
@@ -38,7 +36,6 @@ bool ps_ensure_output();
 void ps_page_header(int first);
 void ps_page_trailer();
 void ps_rotate_page(int angle);
-void ps_endemit();
 void ps_setpos();
 // The coordinate transform: a position of the logical page (1/72000 inch,
 // x to the right, y downward) in PostScript points of the rotation in force.

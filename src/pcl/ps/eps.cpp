@@ -19,6 +19,9 @@
 
 namespace {
 
+// The names of included files already reported as unreadable.
+std::unordered_set<std::string> reported;
+
 // Opens a file to be included, a regular file only (a device or a FIFO
 // would feed or block the converter without end). One that cannot be
 // opened is reported on standard error the first time its name comes up (an
@@ -26,7 +29,6 @@ namespace {
 // `shown` is the name in the message, `path` the one opened.
 FilePtr open_included(char const* path, char const* shown)
 {
-    static std::unordered_set<std::string> reported;
     RegularFile f = open_regular_file(path);
     if (!f.file) {
         char const* why = f.not_regular ? "not a regular file" : std::strerror(errno);
@@ -373,4 +375,9 @@ void ps_include_eps_file(double x, double y, char const* path, int scale, int al
         }
     }
     ps_put(END_EPS);
+}
+
+void eps_reset()
+{
+    reported.clear();
 }

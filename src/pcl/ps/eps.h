@@ -3,6 +3,9 @@
 
 #include <cstdio>
 
+// Start-up state: no unreadable file reported yet.
+void eps_reset();
+
 int eps_read_header(FILE* f, int* count, double box[4]);
 void ps_eps_file(char const* path);
 void ps_include_file(char const* path);

@@ -18,6 +18,8 @@
 
 int ps_font_enc;
 uint32_t ps_last_color;
+int emitting;
+int characteristic;
 
 namespace {
 
@@ -234,10 +236,25 @@ void ps_flush(uint16_t const* codes, int count)
     ps_endemit();
 }
 
-void ps_text_page_start() { ps_last_color = 0; }
+void ps_endemit()
+{
+    if (emitting == 2)
+        ps_put(")U\n");
+    else if (emitting == 1)
+        ps_put(")S\n");
+    emitting = 0;
+}
+
+void ps_text_page_start()
+{
+    characteristic = 0;
+    ps_last_color = 0;
+}
 
 void ps_text_reset()
 {
+    emitting = 0;
+    characteristic = 0;
     ps_font_enc = 0;
     ps_last_color = 0;
     underline_proc_page = 0;

@@ -13,6 +13,8 @@
 
 #include "run_mode.h"
 
+FILE* outfp;
+
 namespace ps_out_detail {
 char buf[kCapacity];
 size_t len;
@@ -185,6 +187,11 @@ void put_large(std::string_view text)
 
 }  // namespace ps_out_detail
 
+void ps_out_set_stream(FILE* stream)
+{
+    outfp = stream;
+}
+
 bool ps_out_ready()
 {
     return outfp != nullptr;
@@ -221,6 +228,8 @@ void ps_out_reset()
     len = 0;
     limit = 0;
     first_error = 0;
+    error_handler = nullptr;
+    outfp = nullptr;
 }
 
 void ps_put_int(long long v)

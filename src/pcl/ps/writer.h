@@ -40,6 +40,11 @@ constexpr double ps_point_size(double v)
     return v > kPsMaxPointSize ? kPsMaxPointSize : v;
 }
 
+// The stream the document goes to: the driver's file or standard output,
+// or the interpreter's pipe once it starts; null while there is none.
+extern FILE* outfp;
+void ps_out_set_stream(FILE* stream);
+
 // Whether there is an output stream to write to (the Ghostscript pipe is
 // opened only when the document starts).
 bool ps_out_ready();
@@ -61,7 +66,8 @@ void ps_out_on_error(ps_out_error_handler handler);
 // The output stream could not be opened: the handler is told.
 void ps_out_open_failed();
 
-// Drops buffered output and the recorded error; used by tests.
+// Start-up state: no stream, no buffered output, no recorded error, no
+// handler.
 void ps_out_reset();
 
 namespace ps_out_detail {
