@@ -180,8 +180,8 @@ TEST(Writer, LargeBlocksKeepTheirPlaceAmongWhatTheStreamHolds)
     FILE* const file = std::tmpfile();
     ASSERT_NE(file, nullptr);
     FILE* const saved = outfp;
-    outfp = file;
     ps_out_reset();
+    ps_out_set_stream(file);
     std::string expected;
     for (size_t size : {size_t{10}, size_t{70000}, size_t{16384}, size_t{200000}, size_t{3}}) {
         std::fputs("trace\n", file);
@@ -198,7 +198,7 @@ TEST(Writer, LargeBlocksKeepTheirPlaceAmongWhatTheStreamHolds)
     for (size_t n; (n = std::fread(chunk, 1, sizeof chunk, file)) > 0;)
         got.append(chunk, n);
     EXPECT_EQ(got, expected);
-    outfp = saved;
+    ps_out_set_stream(saved);
     std::fclose(file);
 }
 
