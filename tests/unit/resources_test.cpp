@@ -71,36 +71,36 @@ TEST_F(Resources, MissingAndOverlongPaths)
     EXPECT_EQ(err, base + too_long + ".ps: File name too long\n");
 }
 
-constexpr char kPdfaTail[] =
-    "[/_objdef {icc_PDFA} /type /stream /OBJ pdfmark\n"
-    "[{icc_PDFA} <<\n"
-    "  /N currentpagedevice /ProcessColorModel known {\n"
-    "    currentpagedevice /ProcessColorModel get dup /DeviceGray eq\n"
-    "    {pop 1} {\n"
-    "      /DeviceRGB eq\n"
-    "      {3}{4} ifelse\n"
-    "    } ifelse\n"
-    "  } {\n"
-    "    (ERROR, unable to determine ProcessColorModel) == flush\n"
-    "  } ifelse\n"
-    ">> /PUT pdfmark\n"
-    "[{icc_PDFA} ICCProfile (r) file /PUT pdfmark\n"
-    "[/_objdef {OutputIntent_PDFA} /type /dict /OBJ pdfmark\n"
-    "[{OutputIntent_PDFA} <<\n"
-    "  /Type /OutputIntent\n"
-    "  /S /GTS_PDFA1\n"
-    "  /DestOutputProfile {icc_PDFA}\n"
-    "  /OutputConditionIdentifier (sRGB IEC61966-2.1)\n"
-    ">> /PUT pdfmark\n"
-    "[{Catalog} <</OutputIntents [ {OutputIntent_PDFA} ]>> /PUT pdfmark\n"
-    "%%EndResource\n";
+// The number of times `part` occurs in `text`.
+size_t count(std::string const& text, std::string const& part)
+{
+    size_t n = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++n;
+    return n;
+}
 
 TEST_F(Resources, PdfaBlockBuiltInOrReplaced)
 {
     config_add_value("CONFIG", "PS.INCLUDE", "/S");
     doc_title = "job";
-    EXPECT_EQ(run_pdfa(), std::string("\n%%BeginResource: builtin_pdfa_def\n/ICCProfile (/S/sRGB.icc)\ndef\n"
-                                      "[ /Title (job)\n  /DOCINFO pdfmark\n") + kPdfaTail);
+    // The built-in block: the profile's path and the title, then the marks
+    // that embed the profile and make it the document's output intent.
+    std::string const block = run_pdfa();
+    EXPECT_EQ(block.rfind("\n%%BeginResource: builtin_pdfa_def\n/ICCProfile (/S/sRGB.icc)\ndef\n"
+                          "[ /Title (job)\n  /DOCINFO pdfmark\n",
+                          0),
+              0u);
+    EXPECT_TRUE(block.ends_with("\n%%EndResource\n"));
+    for (char const* part : {"[{icc_PDFA} ICCProfile (r) file /PUT pdfmark\n", "/S /GTS_PDFA1\n",
+                             "/DestOutputProfile {icc_PDFA}\n",
+                             "[{Catalog} <</OutputIntents [ {OutputIntent_PDFA} ]>> /PUT pdfmark\n"})
+        EXPECT_EQ(count(block, part), 1u) << part;
+    // Each object is declared before it is used, and each pdfmark has its
+    // own mark at the start of a line.
+    for (char const* object : {"{icc_PDFA}", "{OutputIntent_PDFA}"})
+        EXPECT_EQ(block.find(object), block.find(std::string("[/_objdef ") + object) + 10) << object;
+    EXPECT_EQ(count(block, "pdfmark"), count(block, "\n["));
     // The profile from the share directory; path and title are PostScript
     // strings whatever they hold.
     config_clear();
