@@ -54,7 +54,8 @@ ssize_t sink_write(void*, char const*, size_t size)
 
 FILE* counting_sink()
 {
-    static FILE* sink = fopencookie(nullptr, "wb", cookie_io_functions_t{nullptr, sink_write, nullptr, nullptr});
+    static FILE* sink =
+        fopencookie(nullptr, "wb", cookie_io_functions_t{nullptr, sink_write, nullptr, nullptr});
     return sink;
 }
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <deque>
 #include <memory>
@@ -108,7 +108,8 @@ int parse_line(char const* line, std::string& section)
         return 0;
     if (line[0] == '[') {
         if (char const* close = std::strchr(line, ']')) {
-            section = trimmed_upper(std::string_view(line + 1, static_cast<size_t>(close - line - 1)));
+            section =
+                trimmed_upper(std::string_view(line + 1, static_cast<size_t>(close - line - 1)));
             return 0;
         }
     }

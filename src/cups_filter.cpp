@@ -37,7 +37,8 @@ bool same_name(std::string_view a, std::string_view b)
     if (a.size() != b.size())
         return false;
     for (size_t i = 0; i < a.size(); ++i)
-        if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i])))
+        if (std::tolower(static_cast<unsigned char>(a[i])) !=
+            std::tolower(static_cast<unsigned char>(b[i])))
             return false;
     return true;
 }
@@ -82,7 +83,7 @@ char const* paper_of(std::string_view media)
 
 struct Duplex {
     char const* option;  // sides value
-    char const* ppd;     // the same as a PPD Duplex choice
+    char const* ppd;  // the same as a PPD Duplex choice
     char const* dict;
 };
 constexpr std::array kDuplex{
@@ -101,7 +102,8 @@ char const* find_option(std::vector<CupsOption> const& options, char const* name
 
 void add_feature(std::string& code, std::string const& key, std::string const& dict)
 {
-    code += "[{\n%%BeginFeature: *" + key + "\n" + dict + " setpagedevice\n%%EndFeature\n} stopped cleartomark\n";
+    code += "[{\n%%BeginFeature: *" + key + "\n" + dict +
+            " setpagedevice\n%%EndFeature\n} stopped cleartomark\n";
 }
 
 // A title on one line: control characters become blanks.
@@ -171,7 +173,9 @@ std::vector<CupsOption> cups_parse_options(std::string_view text)
 {
     std::vector<CupsOption> options;
     size_t i = 0;
-    auto blank = [&] { return i < text.size() && std::isspace(static_cast<unsigned char>(text[i])); };
+    auto blank = [&] {
+        return i < text.size() && std::isspace(static_cast<unsigned char>(text[i]));
+    };
     while (i < text.size()) {
         while (blank())
             ++i;
@@ -221,8 +225,9 @@ CupsRequests cups_requests(std::vector<CupsOption> const& options, std::string_v
         if (char const* paper = paper_of(media))
             r.paper = paper;
         else
-            r.warnings.push_back("media " + std::string(media) +
-                                 " is not supported; the job's own or the configured paper size is used");
+            r.warnings.push_back(
+                "media " + std::string(media) +
+                " is not supported; the job's own or the configured paper size is used");
     }
 
     char const* sides = find_option(options, "sides");
@@ -237,8 +242,8 @@ CupsRequests cups_requests(std::vector<CupsOption> const& options, std::string_v
             }
         }
         if (!found)
-            r.warnings.push_back(std::string(sides ? "sides " : "Duplex ") + (sides ? sides : ppd_duplex) +
-                                 " is not supported");
+            r.warnings.push_back(std::string(sides ? "sides " : "Duplex ") +
+                                 (sides ? sides : ppd_duplex) + " is not supported");
     }
 
     std::string const count(copies);
@@ -246,7 +251,8 @@ CupsRequests cups_requests(std::vector<CupsOption> const& options, std::string_v
     errno = 0;
     long const n = std::strtol(count.c_str(), &end, 10);
     if (count.empty() || *end || errno || n < 1 || n > kMaxCopies)
-        r.warnings.push_back("copies " + count + " is not a number from 1 to 9999; one copy is made");
+        r.warnings.push_back("copies " + count +
+                             " is not a number from 1 to 9999; one copy is made");
     else
         r.copies = static_cast<int>(n);
     return r;
@@ -289,7 +295,8 @@ int cups_filter_main(int argc, char** argv)
     std::string config = std::string(zx_config_path()) + "/tarvo.cfg";
     if (access(config.c_str(), F_OK) != 0)
         config = "/dev/null";
-    std::vector<std::string> args = cups_tarvo_args(one_line(argv[3]), requests, config, argc == 7 ? argv[6] : nullptr);
+    std::vector<std::string> args =
+        cups_tarvo_args(one_line(argv[3]), requests, config, argc == 7 ? argv[6] : nullptr);
     std::string const setup = cups_setup_code(requests);
 
     FilePtr messages{std::tmpfile()};
@@ -331,9 +338,11 @@ int cups_filter_main(int argc, char** argv)
     bool const ok = WIFEXITED(status) && WEXITSTATUS(status) == 0;
     int const reported = messages ? report(messages.get(), ok ? "WARNING" : "ERROR") : 0;
     if (WIFSIGNALED(status))
-        std::fprintf(stderr, "ERROR: %s: the conversion ended by signal %d\n", kName, WTERMSIG(status));
+        std::fprintf(stderr, "ERROR: %s: the conversion ended by signal %d\n", kName,
+                     WTERMSIG(status));
     else if (!ok && reported == 0)
-        std::fprintf(stderr, "ERROR: %s: the conversion failed with exit status %d\n", kName, WEXITSTATUS(status));
+        std::fprintf(stderr, "ERROR: %s: the conversion failed with exit status %d\n", kName,
+                     WEXITSTATUS(status));
     if (ok && !written)
         std::fprintf(stderr, "ERROR: %s: writing the output failed\n", kName);
     return ok && written ? 0 : 1;

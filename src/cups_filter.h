@@ -17,8 +17,8 @@ std::vector<CupsOption> cups_parse_options(std::string_view text);
 
 // What the job's options ask for, where the PCL job does not say otherwise.
 struct CupsRequests {
-    std::string paper;       // a PAPER.SIZE name, or empty
-    std::string duplex;      // PostScript setpagedevice dictionary, or empty
+    std::string paper;  // a PAPER.SIZE name, or empty
+    std::string duplex;  // PostScript setpagedevice dictionary, or empty
     std::string duplex_key;  // its feature name, e.g. "DuplexNoTumble"
     int copies = 1;
     std::vector<std::string> warnings;  // options that cannot be honoured

@@ -17,16 +17,16 @@
 #include "common/install_paths.h"
 #include "config_store.h"
 #include "ghostscript.h"
+#include "output_file.h"
 #include "pcl/command_table.h"
 #include "pcl/environment.h"
 #include "pcl/glyph_map.h"
 #include "pcl/input.h"
-#include "output_file.h"
-#include "reset.h"
 #include "pcl/ps/document.h"
-#include "pcl/ps/writer.h"
 #include "pcl/ps/resources.h"
+#include "pcl/ps/writer.h"
 #include "pcl/text_loop.h"
+#include "reset.h"
 #include "run_mode.h"
 #include "version.h"
 
@@ -50,12 +50,11 @@ constexpr char const* kStdoutName = "standard output";
 constexpr size_t kOutputBufferSize = 64 * 1024;
 constexpr size_t kInputBufferSize = 64 * 1024;
 
-constexpr char const* kHelpOutput =
-    "output options:\n"
-    " -p       create PDF output (-pp for PDF/A)\n"
-    " -s       create postscript output\n"
-    " -a       analyze pcl data (-aa more verbose)\n"
-    " -g       create postscript and pass to ghostscript\n";
+constexpr char const* kHelpOutput = "output options:\n"
+                                    " -p       create PDF output (-pp for PDF/A)\n"
+                                    " -s       create postscript output\n"
+                                    " -a       analyze pcl data (-aa more verbose)\n"
+                                    " -g       create postscript and pass to ghostscript\n";
 
 constexpr char const* kHelpOptions =
     "options:\n"
@@ -95,8 +94,8 @@ void print_version_long()
     char const date[] = __DATE__;  // "Mmm dd yyyy", day padded with a blank
     char month[4] = {date[0], date[1], date[2], '\0'};
     int day = (date[4] == ' ' ? 0 : date[4] - '0') * 10 + (date[5] - '0');
-    std::printf("%s: %s %s%s (%s %d %s %s)\n", progname, kName, kVersion, "", month, day,
-                date + 7, __TIME__);
+    std::printf("%s: %s %s%s (%s %d %s %s)\n", progname, kName, kVersion, "", month, day, date + 7,
+                __TIME__);
 }
 
 void print_help()
@@ -105,8 +104,7 @@ void print_help()
     std::printf("usage: %s [options] [pcl-file ...]\n", progname);
     std::fputs(kHelpOutput, stdout);
     std::fputs(kHelpOptions, stdout);
-    std::printf(
-                "\n"
+    std::printf("\n"
                 "The tarvo utility converts PCL documents to PDF or Postscript.\n"
                 "It implements a commonly used subset of PCL functionality.\n"
                 "For more information, please refer to the Zenthorax web site:\n"
@@ -227,7 +225,8 @@ char const* out_display = kStdoutName;
 
 void report_gs_status(int rc)
 {
-    std::fprintf(stderr, "%s: ghostscript returned exit status %d\n", progname, wait_status_code(rc));
+    std::fprintf(stderr, "%s: ghostscript returned exit status %d\n", progname,
+                 wait_status_code(rc));
 }
 
 // The output failed (a write, or the start of the interpreter): the run
@@ -236,10 +235,7 @@ struct OutputFailed {
     int err;  // of the failed write; 0 when the opener has reported
 };
 
-[[noreturn]] void output_failed(int err)
-{
-    throw OutputFailed{err};
-}
+[[noreturn]] void output_failed(int err) { throw OutputFailed{err}; }
 
 // Reports the failure that ended the run and returns the exit status. The
 // interpreter is waited for, so that it does not write on after the run;
@@ -273,7 +269,8 @@ bool looks_foreign(std::string_view head)
 {
     for (std::string_view magic : {std::string_view("%PDF-"), std::string_view("\x89PNG\r\n\x1a\n"),
                                    std::string_view("\xff\xd8\xff"), std::string_view("PK\x03\x04"),
-                                   std::string_view("\x7f" "ELF")})
+                                   std::string_view("\x7f"
+                                                    "ELF")})
         if (head.substr(0, magic.size()) == magic)
             return true;
     return false;
@@ -302,7 +299,8 @@ struct Options {
 // option, nothing to do).
 int parse_options(int argc, char** argv, Options& o)
 {
-    if (argc == 2 && (std::strcmp(argv[1], "-version") == 0 || std::strcmp(argv[1], "--version") == 0)) {
+    if (argc == 2 &&
+        (std::strcmp(argv[1], "-version") == 0 || std::strcmp(argv[1], "--version") == 0)) {
         print_version_long();
         return 0;
     }
@@ -414,9 +412,10 @@ int set_up_output(Options const& o, FilePtr& out_owner)
         gs_setup(0, genps ? write_to : o.out_file, o.gs_options);
         // Without a device Ghostscript would open a display window.
         if (genps && !gs_names_device()) {
-            std::fprintf(stderr,
-                         "%s: -g needs an output device: give -sDEVICE=... in GS.PRINT.OPT, GS.OPT or -G\n",
-                         progname);
+            std::fprintf(
+                stderr,
+                "%s: -g needs an output device: give -sDEVICE=... in GS.PRINT.OPT, GS.OPT or -G\n",
+                progname);
             return 1;
         }
     } else if (o.pdf_level > 0) {
@@ -531,7 +530,8 @@ int finish(Options const& o, FilePtr& out_owner, int status)
         ps_out_set_stream(nullptr);
         errno = 0;
         if (std::fclose(out_owner.release()) != 0) {
-            std::fprintf(stderr, "%s: %s: %s\n", progname, o.out_file, std::strerror(errno ? errno : EIO));
+            std::fprintf(stderr, "%s: %s: %s\n", progname, o.out_file,
+                         std::strerror(errno ? errno : EIO));
             status = 1;
         }
     }
@@ -547,7 +547,8 @@ int finish(Options const& o, FilePtr& out_owner, int status)
         bool const drawn = ps_page_counter != 0;
         OutputCommit const done = out_file_commit(status == 0 && drawn);
         if (done == OutputCommit::empty && drawn) {
-            std::fprintf(stderr, "%s: %s: ghostscript wrote nothing; no output written\n", progname, o.out_file);
+            std::fprintf(stderr, "%s: %s: ghostscript wrote nothing; no output written\n", progname,
+                         o.out_file);
             status = 1;
         } else if (done == OutputCommit::failed && status == 0 && drawn) {
             status = 1;

@@ -1,6 +1,3 @@
 #include "driver.h"
 
-int main(int argc, char** argv)
-{
-    return tarvo_main(argc, argv);
-}
+int main(int argc, char** argv) { return tarvo_main(argc, argv); }

@@ -62,7 +62,9 @@ bool out_file_begin(char const* target)
     target_name = resolved;
 
     size_t const slash = resolved.rfind('/');
-    std::string const dir = slash == std::string::npos ? "." : slash == 0 ? "/" : resolved.substr(0, slash);
+    std::string const dir = slash == std::string::npos ? "."
+                            : slash == 0               ? "/"
+                                                       : resolved.substr(0, slash);
     std::string const pattern = dir + "/.tarvo-XXXXXX";
     if (pattern.size() >= sizeof temp_path) {
         errno = ENAMETOOLONG;

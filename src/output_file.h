@@ -9,8 +9,8 @@
 
 enum class OutputCommit {
     committed,  // the target now holds the output
-    empty,      // nothing was written; the target is untouched
-    failed,     // the run failed or the rename failed (reported); target untouched
+    empty,  // nothing was written; the target is untouched
+    failed,  // the run failed or the rename failed (reported); target untouched
 };
 
 // Prepares writing to `target`. Returns false after reporting the error

@@ -4,12 +4,12 @@
 
 #include <cstdio>
 
-extern int genps;              // non-zero: PostScript is produced
-extern int verbose;            // analysis level (-a, -aa, -v)
-extern int debug;              // input trace level (-d, -dd)
+extern int genps;  // non-zero: PostScript is produced
+extern int verbose;  // analysis level (-a, -aa, -v)
+extern int debug;  // input trace level (-d, -dd)
 extern char const* doc_title;  // %%Title of the document, or null
-extern FILE* infp;             // current input stream
-extern char const* in_name;    // its name for messages ("standard input")
+extern FILE* infp;  // current input stream
+extern char const* in_name;  // its name for messages ("standard input")
 
 // Basename of argv[0], used as the prefix of run-time messages.
 extern char const* progname;

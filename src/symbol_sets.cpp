@@ -17,8 +17,8 @@ namespace {
 static_assert(SS_8U == 277 && SS_0N == 14 && SS_4U == 149 && SS_18N == 590);
 
 constexpr int UNMAPPED_CHAR = 0xBF;  // inverted question mark
-constexpr int INVALID_CHAR = 0xA1;   // inverted exclamation mark
-constexpr uint16_t HOLE = 0xFFFF;    // table entry of an unassigned code
+constexpr int INVALID_CHAR = 0xA1;  // inverted exclamation mark
+constexpr uint16_t HOLE = 0xFFFF;  // table entry of an unassigned code
 
 int unmapped(int ch)
 {
@@ -45,8 +45,8 @@ int lookup(uint16_t const (&table)[256], int ch)
 symset_table const* find_table(int code)
 {
     symset_table const* end = symset_tables + symset_table_count;
-    symset_table const* it =
-        std::lower_bound(symset_tables, end, code, [](symset_table const& t, int c) { return t.code < c; });
+    symset_table const* it = std::lower_bound(
+        symset_tables, end, code, [](symset_table const& t, int c) { return t.code < c; });
     return it != end && it->code == code ? it : nullptr;
 }
 
@@ -55,10 +55,25 @@ symset_table const* find_table(int code)
 int cv_symset_supported(int code)
 {
     switch (code) {
-    case SS_0B: case SS_0L: case SS_0N: case SS_2N: case SS_3N: case SS_4N:
-    case SS_4U: case SS_5M: case SS_5N: case SS_8U: case SS_9N: case SS_9U:
-    case SS_10U: case SS_11U: case SS_12U: case SS_14L: case SS_18N:
-    case SS_19M: case SS_19U:
+    case SS_0B:
+    case SS_0L:
+    case SS_0N:
+    case SS_2N:
+    case SS_3N:
+    case SS_4N:
+    case SS_4U:
+    case SS_5M:
+    case SS_5N:
+    case SS_8U:
+    case SS_9N:
+    case SS_9U:
+    case SS_10U:
+    case SS_11U:
+    case SS_12U:
+    case SS_14L:
+    case SS_18N:
+    case SS_19M:
+    case SS_19U:
         return 1;
     default:
         // The earlier rendering knows only the sets above.

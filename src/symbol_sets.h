@@ -9,18 +9,18 @@ constexpr int symset_code(int number, char letter) { return number * 32 + (lette
 
 // The supported symbol-set codes.
 enum : int {
-    SS_0B = symset_code(0, 'B'),    // line drawing
-    SS_0L = symset_code(0, 'L'),    // line drawing
-    SS_0N = symset_code(0, 'N'),    // ISO 8859-1
-    SS_2N = symset_code(2, 'N'),    // ISO 8859-2
-    SS_3N = symset_code(3, 'N'),    // ISO 8859-3
-    SS_4N = symset_code(4, 'N'),    // ISO 8859-4
-    SS_4U = symset_code(4, 'U'),    // Roman-8 with the euro sign
-    SS_5M = symset_code(5, 'M'),    // math symbols
-    SS_5N = symset_code(5, 'N'),    // ISO 8859-5
-    SS_8U = symset_code(8, 'U'),    // Roman-8
-    SS_9N = symset_code(9, 'N'),    // ISO 8859-15
-    SS_9U = symset_code(9, 'U'),    // code page 1252
+    SS_0B = symset_code(0, 'B'),  // line drawing
+    SS_0L = symset_code(0, 'L'),  // line drawing
+    SS_0N = symset_code(0, 'N'),  // ISO 8859-1
+    SS_2N = symset_code(2, 'N'),  // ISO 8859-2
+    SS_3N = symset_code(3, 'N'),  // ISO 8859-3
+    SS_4N = symset_code(4, 'N'),  // ISO 8859-4
+    SS_4U = symset_code(4, 'U'),  // Roman-8 with the euro sign
+    SS_5M = symset_code(5, 'M'),  // math symbols
+    SS_5N = symset_code(5, 'N'),  // ISO 8859-5
+    SS_8U = symset_code(8, 'U'),  // Roman-8
+    SS_9N = symset_code(9, 'N'),  // ISO 8859-15
+    SS_9U = symset_code(9, 'U'),  // code page 1252
     SS_10U = symset_code(10, 'U'),  // code page 437
     SS_11U = symset_code(11, 'U'),  // code page 437, Nordic variant
     SS_12U = symset_code(12, 'U'),  // code page 850

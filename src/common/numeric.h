@@ -57,7 +57,4 @@ constexpr int32_t safe_div(int32_t a, int32_t b) noexcept
 
 // The byte count of a data block: the value truncated to an integer and
 // taken as an unsigned 32-bit number, so -1 asks for 4294967295 bytes.
-constexpr uint32_t to_count(double v) noexcept
-{
-    return static_cast<uint32_t>(to_int(v));
-}
+constexpr uint32_t to_count(double v) noexcept { return static_cast<uint32_t>(to_int(v)); }

@@ -5,7 +5,7 @@
 #include "common/file_ptr.h"
 
 struct RegularFile {
-    FilePtr file;              // open for reading; null when refused or missing
+    FilePtr file;  // open for reading; null when refused or missing
     bool not_regular = false;  // the name exists but is not a regular file
 };
 

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <vector>
 
+#include "invariant.h"
 #include "pcl/cursor.h"
 #include "pcl/environment.h"
 #include "pcl/fonts.h"
@@ -14,24 +15,19 @@
 #include "pcl/raster.h"
 #include "pcl/rectangles.h"
 #include "run_mode.h"
-#include "invariant.h"
 
 namespace {
 
 // Value names shown by the analysis trace, indexed by the command value.
-constexpr char const* rf_parm[] = {"Black fill (rule)",
-                                   "Erase (white) fill",
-                                   "Shaded fill",
-                                   "Cross-hatch fill",
-                                   "User-defined pattern fill",
-                                   "Current pattern fill",
-                                   nullptr};
+constexpr char const* rf_parm[] = {
+    "Black fill (rule)",         "Erase (white) fill",   "Shaded fill", "Cross-hatch fill",
+    "User-defined pattern fill", "Current pattern fill", nullptr};
 constexpr char const* page_side_parm[] = {"Select next side", "Select front side",
                                           "Select back side", nullptr};
 constexpr char const* duplex_parm[] = {"Simplex", "Duplex long edge binding",
                                        "Duplex short edge binding", nullptr};
-constexpr char const* or_parm[] = {"Portrait", "Landscape", "Reverse Portrait",
-                                   "Reverse Landscape", nullptr};
+constexpr char const* or_parm[] = {"Portrait", "Landscape", "Reverse Portrait", "Reverse Landscape",
+                                   nullptr};
 constexpr char const* mctl_parm[] = {"Start macro definition",
                                      "Stop macro definition",
                                      "Execute macro",
@@ -47,13 +43,17 @@ constexpr char const* mctl_parm[] = {"Start macro definition",
 constexpr char const* ps_parm[] = {"Disable", "Enable", nullptr};
 constexpr char const* sg_parm[] = {"Left-most position", "Current Cursor", nullptr};
 constexpr char const* pm_parm[] = {"10 CPI", "5 CPI", "16.67 CPI", "", "12 CPI", nullptr};
-constexpr char const* tf_parm[] = {"Line Printer", "Pica",          "Elite",
-                                   "Courier",      "Helvetica",     "Times Roman",
-                                   "Letter Gothic", "Script",       "Prestige Elite",
-                                   nullptr};
-constexpr char const* st_parm[] = {"Upright", "Italic", "", "", "Condensed", "Condensed italic",
-                                   "", "", "Compressed or extra condensed",
-                                   "", "", "", "", "", "", "", "", "", "", "", "", "", "", "",
+constexpr char const* tf_parm[] = {"Line Printer",   "Pica",        "Elite",         "Courier",
+                                   "Helvetica",      "Times Roman", "Letter Gothic", "Script",
+                                   "Prestige Elite", nullptr};
+constexpr char const* st_parm[] = {"Upright",  "Italic",    "",
+                                   "",         "Condensed", "Condensed italic",
+                                   "",         "",          "Compressed or extra condensed",
+                                   "",         "",          "",
+                                   "",         "",          "",
+                                   "",         "",          "",
+                                   "",         "",          "",
+                                   "",         "",          "",
                                    "Expanded", nullptr};
 constexpr char const* sp_parm[] = {"Fixed", "Proportional", nullptr};
 constexpr char const* fch_parm[] = {"Delete all fonts",
@@ -275,7 +275,8 @@ void hash_setup()
     // The direct table answers as the chains do: for each key in its range,
     // the first row of the key's chain that has that key.
     std::memset(direct_rows, 0, sizeof direct_rows);
-    static_assert(sizeof intlist / sizeof intlist[0] < UINT16_MAX, "row indexes fit the direct table");
+    static_assert(sizeof intlist / sizeof intlist[0] < UINT16_MAX,
+                  "row indexes fit the direct table");
     for (int i = 0; i < cnt; ++i) {
         int p, g, t;
         if (!direct_slot(intlist[i].key, &p, &g, &t) || direct_rows[p][g][t] != 0)

@@ -4,11 +4,11 @@
 using pcl_handler = void (*)(double value);
 
 struct pcl_cmd {
-    char const* key;                  // parameterized char, group char, upper-case terminator
-    char const* description;          // shown by the analysis trace
-    char const* const* value_names;   // null-terminated, or null
-    pcl_handler handler;              // null: recognised and ignored
-    pcl_cmd* next;                    // hash chain
+    char const* key;  // parameterized char, group char, upper-case terminator
+    char const* description;  // shown by the analysis trace
+    char const* const* value_names;  // null-terminated, or null
+    pcl_handler handler;  // null: recognised and ignored
+    pcl_cmd* next;  // hash chain
 };
 
 extern pcl_cmd intlist[];

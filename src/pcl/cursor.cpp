@@ -16,7 +16,10 @@ constexpr int cursor_stack_size = 20;
 
 // A signed command value moves relative to the current position, an
 // unsigned one sets it.
-int32_t moved(int32_t current, int32_t distance) { return movetype ? sat_add(current, distance) : distance; }
+int32_t moved(int32_t current, int32_t distance)
+{
+    return movetype ? sat_add(current, distance) : distance;
+}
 
 // Spacing changes move the cursor to the first line while the page is empty,
 // so that the first line's baseline follows the new spacing.

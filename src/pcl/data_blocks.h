@@ -10,17 +10,17 @@ constexpr unsigned PS_VERBATIM_MAX = 8192;
 
 // The kind of a data block, chosen by the command that carries it.
 enum data_block_kind : int {
-    RASTER_ROW = 1,         // *bW raster row
+    RASTER_ROW = 1,  // *bW raster row
     TRANSPARENT_PRINT = 2,  // &pX transparent print: the bytes become text
-    FONT_HEADER = 3,        // )sW soft-font header
-    FONT_CHARACTER = 4,     // (sW soft-font character
+    FONT_HEADER = 3,  // )sW soft-font header
+    FONT_CHARACTER = 4,  // (sW soft-font character
     SYMSET_DEFINITION = 5,  // (fW symbol-set definition
-    PATTERN = 6,            // *cW user pattern
-    PAPER_TYPE = 7,         // &nW paper type
-    PS_VERBATIM = 8,        // &pW PostScript copied into the output
-    RASTER_PLANE = 9,       // *bV raster plane
-    IMAGE_CONFIG = 10,      // *vW image configuration
-    SKIPPED_CONFIG = 11,    // other configuration data, skipped
+    PATTERN = 6,  // *cW user pattern
+    PAPER_TYPE = 7,  // &nW paper type
+    PS_VERBATIM = 8,  // &pW PostScript copied into the output
+    RASTER_PLANE = 9,  // *bV raster plane
+    IMAGE_CONFIG = 10,  // *vW image configuration
+    SKIPPED_CONFIG = 11,  // other configuration data, skipped
 };
 
 // Consumes the `count` bytes of a block of kind `kind` (a data_block_kind).

@@ -344,8 +344,8 @@ void pcl_page_length(double value)
         // unless the compatibility flag asks for it always.
         if ((compat_f & COMPAT_HALF_LINE) || v > env.vmi / 2) {
             if (verbose >= 2)
-                std::printf("page length %d exceeds logical page %d, adapt vmi %d to %d\n",
-                            length, env.page_height, env.vmi, v);
+                std::printf("page length %d exceeds logical page %d, adapt vmi %d to %d\n", length,
+                            env.page_height, env.vmi, v);
             env.vmi = v;
         }
     }
@@ -356,8 +356,8 @@ void pcl_page_length(double value)
     env.pos_changed = 1;
     env.cur_y = first_line_y();
     if (verbose >= 2)
-        std::printf("PAGELEN=%d (%d), TOP=%d, TL=%d (%d)\n", sat_mul(n, env.vmi), n,
-                    env.top_margin, env.text_length, safe_div(env.text_length, env.vmi));
+        std::printf("PAGELEN=%d (%d), TOP=%d, TL=%d (%d)\n", sat_mul(n, env.vmi), n, env.top_margin,
+                    env.text_length, safe_div(env.text_length, env.vmi));
 }
 
 void pcl_perfskip(double value)

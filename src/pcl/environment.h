@@ -65,7 +65,8 @@ struct pcl_env {
 struct paper_type {
     int32_t code;
     char const* name;
-    int32_t dims[2][6];  // [portrait, landscape] x {phys W, phys L, log W, log L, xofs, yofs} in 1/300 inch
+    int32_t dims
+        [2][6];  // [portrait, landscape] x {phys W, phys L, log W, log L, xofs, yofs} in 1/300 inch
 };
 
 extern pcl_env env;

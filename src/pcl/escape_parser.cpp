@@ -77,13 +77,24 @@ int data_kind(char const* key)
         int kind;
     };
     static constexpr entry kinds[] = {
-        {"*bW", RASTER_ROW}, {"*vW", IMAGE_CONFIG}, {"*bV", RASTER_PLANE}, {"&pX", TRANSPARENT_PRINT},
-        {")sW", FONT_HEADER}, {"(sW", FONT_CHARACTER}, {"(fW", SYMSET_DEFINITION}, {"*cW", PATTERN},
-        {"&nW", PAPER_TYPE}, {"&pW", PS_VERBATIM},
+        {"*bW", RASTER_ROW},
+        {"*vW", IMAGE_CONFIG},
+        {"*bV", RASTER_PLANE},
+        {"&pX", TRANSPARENT_PRINT},
+        {")sW", FONT_HEADER},
+        {"(sW", FONT_CHARACTER},
+        {"(fW", SYMSET_DEFINITION},
+        {"*cW", PATTERN},
+        {"&nW", PAPER_TYPE},
+        {"&pW", PS_VERBATIM},
         // Raster configuration, colour tables, illuminant, dither matrices,
         // driver configuration and I/O configuration: skipped.
-        {"*gW", SKIPPED_CONFIG}, {"*lW", SKIPPED_CONFIG}, {"*iW", SKIPPED_CONFIG}, {"*mW", SKIPPED_CONFIG},
-        {"*oW", SKIPPED_CONFIG}, {"&bW", SKIPPED_CONFIG},
+        {"*gW", SKIPPED_CONFIG},
+        {"*lW", SKIPPED_CONFIG},
+        {"*iW", SKIPPED_CONFIG},
+        {"*mW", SKIPPED_CONFIG},
+        {"*oW", SKIPPED_CONFIG},
+        {"&bW", SKIPPED_CONFIG},
     };
     // Every key has three characters and ends in W, V or X; most commands
     // carry no data and leave at that test. Comparing the characters (the

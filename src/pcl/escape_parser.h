@@ -3,7 +3,7 @@
 #pragma once
 
 extern int movetype;  // 1 when the current value carried an explicit sign
-extern int fontind;   // 0 after ESC (, 1 after ESC )
+extern int fontind;  // 0 after ESC (, 1 after ESC )
 
 // Start-up state: no sign seen, the primary font addressed.
 void escape_parser_reset();

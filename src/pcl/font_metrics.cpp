@@ -6,21 +6,21 @@
 #include <cstring>
 
 #include "config_store.h"
-#include "symbol_sets.h"
 #include "pcl/glyph_map.h"
+#include "symbol_sets.h"
 
 namespace {
 
 // The standard fonts by typeface class (rows of four: upright, italic,
 // bold, bold italic).
 constexpr char const* ps_fonts[28] = {
-    "Courier", "Courier-Oblique", "Courier-Bold", "Courier-BoldOblique",
-    "Courier", "Courier-Oblique", "Courier-Bold", "Courier-BoldOblique",
-    "Courier", "Courier-Oblique", "Courier-Bold", "Courier-BoldOblique",
-    "Courier", "Courier-Oblique", "Courier-Bold", "Courier-BoldOblique",
-    "Helvetica", "Helvetica-Oblique", "Helvetica-Bold", "Helvetica-BoldOblique",
-    "Times-Roman", "Times-Italic", "Times-Bold", "Times-BoldItalic",
-    "Courier", "Courier-Oblique", "Courier-Bold", "Courier-BoldOblique",
+    "Courier",     "Courier-Oblique",   "Courier-Bold",   "Courier-BoldOblique",
+    "Courier",     "Courier-Oblique",   "Courier-Bold",   "Courier-BoldOblique",
+    "Courier",     "Courier-Oblique",   "Courier-Bold",   "Courier-BoldOblique",
+    "Courier",     "Courier-Oblique",   "Courier-Bold",   "Courier-BoldOblique",
+    "Helvetica",   "Helvetica-Oblique", "Helvetica-Bold", "Helvetica-BoldOblique",
+    "Times-Roman", "Times-Italic",      "Times-Bold",     "Times-BoldItalic",
+    "Courier",     "Courier-Oblique",   "Courier-Bold",   "Courier-BoldOblique",
 };
 
 int typeface_class(pcl_font const& f)
@@ -114,8 +114,8 @@ char const* ps_font_width_option(pcl_font const& f) { return configured(f).width
 afm_font const* afm_find(std::string_view name)
 {
     afm_font const* end = afm_fonts + afm_font_count;
-    afm_font const* it = std::lower_bound(afm_fonts, end, name,
-                                          [](afm_font const& f, std::string_view n) { return f.name < n; });
+    afm_font const* it = std::lower_bound(
+        afm_fonts, end, name, [](afm_font const& f, std::string_view n) { return f.name < n; });
     return it != end && it->name == name ? it : nullptr;
 }
 
@@ -142,8 +142,9 @@ int compare_name(char const* glyph, std::string_view name)
 int afm_glyph_index(std::string_view name)
 {
     char const* const* end = afm_glyph_names + afm_glyph_count;
-    char const* const* it = std::lower_bound(
-        afm_glyph_names, end, name, [](char const* g, std::string_view n) { return compare_name(g, n) < 0; });
+    char const* const* it =
+        std::lower_bound(afm_glyph_names, end, name,
+                         [](char const* g, std::string_view n) { return compare_name(g, n) < 0; });
     return it != end && compare_name(*it, name) == 0 ? static_cast<int>(it - afm_glyph_names) : -1;
 }
 
@@ -175,7 +176,8 @@ int afm_width(afm_font const& metrics, unsigned code, int enc)
 unsigned glyph_substitute_for(unsigned code)
 {
     glyph_substitute const* end = glyph_substitutes + glyph_substitute_count;
-    glyph_substitute const* it = std::lower_bound(
-        glyph_substitutes, end, code, [](glyph_substitute const& g, unsigned c) { return g.code < c; });
+    glyph_substitute const* it =
+        std::lower_bound(glyph_substitutes, end, code,
+                         [](glyph_substitute const& g, unsigned c) { return g.code < c; });
     return it != end && it->code == code ? it->substitute : 0;
 }

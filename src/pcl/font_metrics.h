@@ -17,7 +17,7 @@ enum ps_encoding : int {
 
 struct ps_font_choice {
     char const* name;  // PostScript font name (configured or standard)
-    int enc;           // ps_encoding
+    int enc;  // ps_encoding
 };
 
 // Width tables of one font, in 1/1000 of the point size; AFM_NONE marks a

@@ -46,7 +46,8 @@ int32_t magnitude_limited(double value, int32_t max)
 
 font_node* find_node(int32_t id)
 {
-    auto const it = std::find_if(font_list.begin(), font_list.end(), [id](font_node const& n) { return n.id == id; });
+    auto const it = std::find_if(font_list.begin(), font_list.end(),
+                                 [id](font_node const& n) { return n.id == id; });
     return it == font_list.end() ? nullptr : &*it;
 }
 
@@ -142,10 +143,18 @@ void pcl_font_pitch_mode(double value)
     int32_t const v = to_int(value);
     double pitch;
     switch (v) {
-    case 0: pitch = 10.0; break;
-    case 1: pitch = 5.0; break;
-    case 2: pitch = 16.67; break;
-    case 4: pitch = 12.0; break;
+    case 0:
+        pitch = 10.0;
+        break;
+    case 1:
+        pitch = 5.0;
+        break;
+    case 2:
+        pitch = 16.67;
+        break;
+    case 4:
+        pitch = 12.0;
+        break;
     default:
         if (verbose)
             std::printf("Unknown: font pitch %d\n", v);
@@ -242,10 +251,7 @@ void fnt_save_defaults()
     default_font[1] = font[1];
 }
 
-void fnt_set_symset(int which, int32_t code)
-{
-    font[which != 0 ? 1 : 0].symset = code;
-}
+void fnt_set_symset(int which, int32_t code) { font[which != 0 ? 1 : 0].symset = code; }
 
 void fnt_set_pitch_both(double pitch)
 {

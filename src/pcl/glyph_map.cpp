@@ -20,8 +20,8 @@
 #include "pcl/font_metrics.h"
 #include "symbol_sets.h"
 
-#include "run_mode.h"
 #include "invariant.h"
+#include "run_mode.h"
 
 map_record ps_map[MAPSIZE];
 int ps_map_next = MAP_BUCKETS;
@@ -128,8 +128,10 @@ std::vector<font_row> const& font_rows_by_code()
         encoding_row const* tables[2] = {ps_encoding_symbol, ps_encoding_zdingbat};
         for (uint8_t f = 0; f < 2; ++f)
             for (encoding_row const* e = tables[f]; e->code; ++e)
-                r.push_back({static_cast<uint16_t>(e->code), f, static_cast<uint8_t>(e->ps_code & 0xff)});
-        std::stable_sort(r.begin(), r.end(), [](font_row a, font_row b) { return a.code < b.code; });
+                r.push_back(
+                    {static_cast<uint16_t>(e->code), f, static_cast<uint8_t>(e->ps_code & 0xff)});
+        std::stable_sort(r.begin(), r.end(),
+                         [](font_row a, font_row b) { return a.code < b.code; });
         return r;
     }();
     return rows;
@@ -139,8 +141,14 @@ char const* text_font_stand_in(unsigned code, char const* name, afm_font const& 
 {
     // "uni" and four upper-case hex digits.
     static constexpr char hex[] = "0123456789ABCDEF";
-    char const uni[8] = {'u', 'n', 'i', hex[(code >> 12) & 0xf], hex[(code >> 8) & 0xf], hex[(code >> 4) & 0xf],
-                         hex[code & 0xf], '\0'};
+    char const uni[8] = {'u',
+                         'n',
+                         'i',
+                         hex[(code >> 12) & 0xf],
+                         hex[(code >> 8) & 0xf],
+                         hex[(code >> 4) & 0xf],
+                         hex[code & 0xf],
+                         '\0'};
     if (carried(uni, text))
         return keep(uni);
     if (name) {
@@ -159,7 +167,8 @@ char const* text_font_stand_in(unsigned code, char const* name, afm_font const& 
     if (it == rows.end() || it->code != code)
         return nullptr;
     char* t = fallback_text[it->font][it->ps_code];
-    std::snprintf(t, sizeof fallback_text[0][0], "!(\\%03o)/%s XF", unsigned{it->ps_code}, fonts[it->font]);
+    std::snprintf(t, sizeof fallback_text[0][0], "!(\\%03o)/%s XF", unsigned{it->ps_code},
+                  fonts[it->font]);
     return t;
 }
 
@@ -176,7 +185,8 @@ void init_with_stand_ins()
     std::vector<std::pair<unsigned, char const*>> later;
     for (glyph_row const* g = ps_glyph_list; g->code; ++g) {
         char const* name = g->name;
-        bool const by_code = (g->code >= 0x20 && g->code <= 0x7e) || (g->code >= 0xa1 && g->code <= 0xff);
+        bool const by_code =
+            (g->code >= 0x20 && g->code <= 0x7e) || (g->code >= 0xa1 && g->code <= 0xff);
         if (!by_code && !carried(name, text)) {
             char const* stand_in = text_font_stand_in(g->code, name, text);
             if (!stand_in && glyph_substitute_for(g->code)) {
@@ -204,8 +214,8 @@ void init_with_stand_ins()
     for (symset_table const* t = symset_tables; t != symset_tables + symset_table_count; ++t)
         for (uint16_t code : t->map)
             add(code);
-    for (uint16_t const* m : {map_8859_2, map_8859_3, map_8859_4, map_8859_5, map_8859_15, map_cp1252,
-                              map_cp437, map_cp437n, map_cp850, map_roman8})
+    for (uint16_t const* m : {map_8859_2, map_8859_3, map_8859_4, map_8859_5, map_8859_15,
+                              map_cp1252, map_cp437, map_cp437n, map_cp850, map_roman8})
         for (int b = 0; b < 256; ++b)
             add(m[b]);
     for (uint16_t code : map_ldraw)
@@ -236,7 +246,8 @@ void add_text_stand_ins(int enc, uint16_t const (&table)[256])
         map_record const* r = ps_map_find(code, 0);
         if (!r || !r->name || r->name[0] == '!' || !carried(r->name, text))
             continue;
-        ps_map_add(code, 0, keep(std::string("!/") + r->name + std::string(text_glyph_suffix)), enc);
+        ps_map_add(code, 0, keep(std::string("!/") + r->name + std::string(text_glyph_suffix)),
+                   enc);
     }
 }
 
@@ -245,7 +256,8 @@ void add_text_stand_ins(int enc, uint16_t const (&table)[256])
 bool ps_map_text_glyph(char const* name, std::string_view* glyph)
 {
     std::string_view const n(name);
-    if (n.size() <= 2 + text_glyph_suffix.size() || !n.starts_with("!/") || !n.ends_with(text_glyph_suffix))
+    if (n.size() <= 2 + text_glyph_suffix.size() || !n.starts_with("!/") ||
+        !n.ends_with(text_glyph_suffix))
         return false;
     *glyph = n.substr(2, n.size() - 2 - text_glyph_suffix.size());
     return true;

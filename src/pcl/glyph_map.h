@@ -19,11 +19,11 @@ struct encoding_row {
 // bucket heads (bucket = low byte of the code point), overflow records are
 // handed out from index 256 on, so a `next` of 0 ends a chain.
 struct map_record {
-    uint16_t code;     // Unicode code point; 0 marks an empty record
+    uint16_t code;  // Unicode code point; 0 marks an empty record
     uint16_t ps_code;  // byte of the encoding (0x20..0xFF), 0: shown by name
     char const* name;  // glyph name; null for Symbol and ZapfDingbats records
-    int32_t enc;       // 0 Latin-1 text fonts, 1 Symbol, 2 ZapfDingbats
-    int32_t next;      // index of the next record of the bucket, 0 at the end
+    int32_t enc;  // 0 Latin-1 text fonts, 1 Symbol, 2 ZapfDingbats
+    int32_t next;  // index of the next record of the bucket, 0 at the end
 };
 
 constexpr int MAPSIZE = 4096;

@@ -24,7 +24,8 @@ bool lies_under(std::string const& file, std::string const& dir)
 {
     if (dir == "/")
         return true;
-    return file.size() > dir.size() && file.compare(0, dir.size(), dir) == 0 && file[dir.size()] == '/';
+    return file.size() > dir.size() && file.compare(0, dir.size(), dir) == 0 &&
+           file[dir.size()] == '/';
 }
 
 bool allowed_by(char const* list, std::string const& file)

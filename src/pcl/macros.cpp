@@ -7,11 +7,11 @@
 #include <utility>
 
 #include "common/numeric.h"
+#include "invariant.h"
 #include "pcl/environment.h"
 #include "pcl/input.h"
 #include "pcl/text_buffer.h"
 #include "run_mode.h"
-#include "invariant.h"
 
 std::map<int32_t, pcl_macro> macro_store;
 pcl_macro* cur_macro;
@@ -71,10 +71,7 @@ int32_t drain_serial;
 
 bool valid_id(int id) { return id >= 0 && id <= MAC_ID_MAX; }
 
-void empty_staging()
-{
-    staged_len = 0;
-}
+void empty_staging() { staged_len = 0; }
 
 // The definition in progress ends without a macro.
 void forget_recording()
@@ -116,7 +113,9 @@ bool replay_allowed(int id)
     if (!limit_reported) {
         limit_reported = true;
         std::fflush(stdout);
-        std::fprintf(stderr, "%s: %s: macros replayed more than %" PRIu64 " bytes; further macro calls skipped\n",
+        std::fprintf(stderr,
+                     "%s: %s: macros replayed more than %" PRIu64
+                     " bytes; further macro calls skipped\n",
                      progname ? progname : "tarvo", in_name ? in_name : "input", allowance);
     }
     return false;
@@ -216,10 +215,7 @@ void delete_type(int kind)
 }
 
 // Drops the macro being defined after a failed or refused growth.
-void drop_current()
-{
-    mac_free(cur_macro);
-}
+void drop_current() { mac_free(cur_macro); }
 
 }  // namespace
 
@@ -324,7 +320,8 @@ void mac_buf_flush()
     int const n = static_cast<int>(recording.size()) + staged_len;
     if (n > MAC_MAX_SIZE) {
         if (verbose)
-            std::printf("memory allocation exceeds limit for macro %d (%d bytes)\n", cur_macro->id, n);
+            std::printf("memory allocation exceeds limit for macro %d (%d bytes)\n", cur_macro->id,
+                        n);
         drop_current();
         return;
     }
@@ -366,7 +363,8 @@ pcl_macro* mac_call(int id, int mode)
 {
     // A level whose bytes are all read ends before the next one starts, so
     // a macro that calls another as its last command does not nest deeper.
-    while (mac_nesting > 0 && macro_stack[mac_nesting - 1].mode != MAC_OVERLAY && exec.pos >= exec.end) {
+    while (mac_nesting > 0 && macro_stack[mac_nesting - 1].mode != MAC_OVERLAY &&
+           exec.pos >= exec.end) {
         if (verbose >= 2)
             std::printf("=> completed macro %d\n", exec.id);
         mac_pop();

@@ -35,17 +35,17 @@ struct image_config {
     bool set = false;
     int space = 0;
     int encoding = 0;
-    int bits = 1;                  // bits per index, or per primary
+    int bits = 1;  // bits per index, or per primary
     std::array<int, 3> primary{};  // bits of each primary, for palette programming
 };
 
 // Settings that hold from one raster block to the next.
 struct raster_settings {
     int presentation = 0;
-    int32_t width = 0;   // source width in pixels, 0 when not given
+    int32_t width = 0;  // source width in pixels, 0 when not given
     int32_t height = 0;  // source height in rows, 0 when not given
     int method = RASTER_UNENCODED;
-    int32_t dest_width = 0;   // scaled width in decipoints, 0 when not given
+    int32_t dest_width = 0;  // scaled width in decipoints, 0 when not given
     int32_t dest_height = 0;  // scaled height in decipoints, 0 when not given
     image_config config;
     // The palette of the configured image data, which palette programming
@@ -61,11 +61,11 @@ struct raster_block {
     int planes = 1;
     size_t plane_bytes = 0;
     std::vector<std::vector<uint8_t>> seed;  // one seed row per plane
-    std::vector<uint8_t> pixels;             // the row in the image's format
-    int plane = 0;                           // next plane of the row
-    int64_t rows = 0;                        // rows advanced so far
-    int dir_x = 0, dir_y = 1;                // direction rows advance in (y down)
-    int32_t x0 = 0, y0 = 0;                  // the cursor at the start
+    std::vector<uint8_t> pixels;  // the row in the image's format
+    int plane = 0;  // next plane of the row
+    int64_t rows = 0;  // rows advanced so far
+    int dir_x = 0, dir_y = 1;  // direction rows advance in (y down)
+    int32_t x0 = 0, y0 = 0;  // the cursor at the start
 };
 
 raster_settings settings;
@@ -259,8 +259,9 @@ void start_block(int32_t x, bool scale)
     // Rows run to the source width, but never past the edge of the page
     // they run toward (nor past the largest width there is room for).
     int64_t const page_px = static_cast<int64_t>(std::ceil(along / dot_w));
-    int64_t const room = std::clamp<int64_t>(static_cast<int64_t>(std::ceil(static_cast<double>(room_units) / dot_w)), 0,
-                                             std::min<int64_t>(page_px, RASTER_MAX_WIDTH));
+    int64_t const room = std::clamp<int64_t>(
+        static_cast<int64_t>(std::ceil(static_cast<double>(room_units) / dot_w)), 0,
+        std::min<int64_t>(page_px, RASTER_MAX_WIDTH));
     int64_t width = settings.width > 0 ? std::min<int64_t>(settings.width, room) : room;
 
     block.image.width = static_cast<int32_t>(width);
@@ -270,7 +271,8 @@ void start_block(int32_t x, bool scale)
     block.image.y = block.y0;
     block.image.color = env.fg_color;
     choose_format(block.image.width);
-    block.seed.assign(static_cast<size_t>(block.planes), std::vector<uint8_t>(block.plane_bytes, 0));
+    block.seed.assign(static_cast<size_t>(block.planes),
+                      std::vector<uint8_t>(block.plane_bytes, 0));
     block.pixels.assign(raster_row_bytes(block.image), 0);
     ps_raster_begin(block.image);
 }
@@ -358,7 +360,9 @@ bool may_draw(size_t bytes)
     if (!limit_reported) {
         limit_reported = true;
         std::fflush(stdout);
-        std::fprintf(stderr, "%s: %s: raster images drew more than %" PRIu64 " bytes; further rows skipped\n",
+        std::fprintf(stderr,
+                     "%s: %s: raster images drew more than %" PRIu64
+                     " bytes; further rows skipped\n",
                      progname ? progname : "tarvo", in_name ? in_name : "input", allowance);
     }
     return false;
@@ -438,10 +442,7 @@ void end_block()
 
 }  // namespace
 
-bool raster_enabled()
-{
-    return genps != 0 && !compat_legacy();
-}
+bool raster_enabled() { return genps != 0 && !compat_legacy(); }
 
 namespace {
 
@@ -462,15 +463,9 @@ void pcl_raster_presentation(double value)
         settings.presentation = v;
 }
 
-void pcl_raster_width(double value)
-{
-    set_size(settings.width, value);
-}
+void pcl_raster_width(double value) { set_size(settings.width, value); }
 
-void pcl_raster_height(double value)
-{
-    set_size(settings.height, value);
-}
+void pcl_raster_height(double value) { set_size(settings.height, value); }
 
 void pcl_raster_start(double value)
 {
@@ -482,15 +477,9 @@ void pcl_raster_start(double value)
     start_block(v == 1 || v == 3 ? env.cur_x : 0, v == 2 || v == 3);
 }
 
-void pcl_raster_dest_width(double value)
-{
-    set_size(settings.dest_width, value);
-}
+void pcl_raster_dest_width(double value) { set_size(settings.dest_width, value); }
 
-void pcl_raster_dest_height(double value)
-{
-    set_size(settings.dest_height, value);
-}
+void pcl_raster_dest_height(double value) { set_size(settings.dest_height, value); }
 
 void pcl_raster_compression(double value)
 {
@@ -694,7 +683,8 @@ void raster_configure(unsigned count)
     // Indexed data starts from the default palette of its bits; direct
     // colour has no palette to program.
     bool const indexed = cfg.encoding == INDEXED_BY_PLANE || cfg.encoding == INDEXED_BY_PIXEL;
-    settings.palette = indexed ? default_palette(cfg.bits, cfg.space == SPACE_CMY) : std::vector<uint32_t>{};
+    settings.palette =
+        indexed ? default_palette(cfg.bits, cfg.space == SPACE_CMY) : std::vector<uint32_t>{};
     settings.component = {};
 }
 
@@ -708,10 +698,7 @@ void raster_set_draw_base(uint64_t base)
     limit_reported = false;
 }
 
-void raster_end_block()
-{
-    end_block();
-}
+void raster_end_block() { end_block(); }
 
 void raster_reset()
 {

@@ -10,19 +10,19 @@
 
 // Command handlers.
 void pcl_raster_presentation(double value);  // ESC*r#F
-void pcl_raster_width(double value);         // ESC*r#S
-void pcl_raster_height(double value);        // ESC*r#T
-void pcl_raster_start(double value);         // ESC*r#A
-void pcl_raster_compression(double value);   // ESC*b#M
-void pcl_raster_y_offset(double value);      // ESC*b#Y
-void pcl_raster_end(double value);           // ESC*rB
-void pcl_raster_end_reset(double value);     // ESC*rC
+void pcl_raster_width(double value);  // ESC*r#S
+void pcl_raster_height(double value);  // ESC*r#T
+void pcl_raster_start(double value);  // ESC*r#A
+void pcl_raster_compression(double value);  // ESC*b#M
+void pcl_raster_y_offset(double value);  // ESC*b#Y
+void pcl_raster_end(double value);  // ESC*rB
+void pcl_raster_end_reset(double value);  // ESC*rC
 void pcl_raster_simple_color(double value);  // ESC*r#U
-void pcl_raster_dest_width(double value);    // ESC*t#H
-void pcl_raster_dest_height(double value);   // ESC*t#V
-void pcl_raster_component_1(double value);   // ESC*v#A
-void pcl_raster_component_2(double value);   // ESC*v#B
-void pcl_raster_component_3(double value);   // ESC*v#C
+void pcl_raster_dest_width(double value);  // ESC*t#H
+void pcl_raster_dest_height(double value);  // ESC*t#V
+void pcl_raster_component_1(double value);  // ESC*v#A
+void pcl_raster_component_2(double value);  // ESC*v#B
+void pcl_raster_component_3(double value);  // ESC*v#C
 void pcl_raster_assign_color(double value);  // ESC*v#I
 
 // The colour at `index` (taken modulo its size) of the palette of the

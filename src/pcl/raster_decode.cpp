@@ -39,7 +39,8 @@ std::span<uint8_t const> byte_source::peek(size_t n)
         // Moves what is left to the front and reads the rest behind it.
         if (have > 0)
             std::memmove(buf_, pos_, have);
-        size_t const want = static_cast<size_t>(std::min<uint64_t>(input_left_, sizeof buf_ - have));
+        size_t const want =
+            static_cast<size_t>(std::min<uint64_t>(input_left_, sizeof buf_ - have));
         size_t const got = pcl_read(buf_ + have, want);
         input_left_ = got < want ? 0 : input_left_ - got;
         pos_ = buf_;
@@ -83,7 +84,10 @@ namespace {
 // A block held whole in memory: the decoders' fast path.
 class span_reader {
 public:
-    explicit span_reader(std::span<uint8_t const> bytes) : pos_(bytes.data()), end_(bytes.data() + bytes.size()) {}
+    explicit span_reader(std::span<uint8_t const> bytes)
+        : pos_(bytes.data()), end_(bytes.data() + bytes.size())
+    {
+    }
     int next() { return pos_ < end_ ? *pos_++ : -1; }
     size_t read(uint8_t* dst, size_t n)
     {
@@ -236,7 +240,8 @@ void decode_replacement_delta(Reader& in, std::span<uint8_t> row)
         if (c < 0)
             return;
         bool const repeat = (c & 0x80) != 0;
-        uint64_t offset = repeat ? static_cast<uint64_t>((c >> 5) & 3) : static_cast<uint64_t>((c >> 3) & 15);
+        uint64_t offset =
+            repeat ? static_cast<uint64_t>((c >> 5) & 3) : static_cast<uint64_t>((c >> 3) & 15);
         uint64_t const offset_max = repeat ? 3 : 15;
         uint64_t count = repeat ? static_cast<uint64_t>(c & 31) : static_cast<uint64_t>(c & 7);
         uint64_t const count_max = repeat ? 31 : 7;

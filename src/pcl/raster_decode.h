@@ -13,8 +13,7 @@
 // the block). `next` gives -1 at the end.
 class byte_source {
 public:
-    byte_source(uint8_t const* data, size_t size)
-        : pos_(data), end_(data + size), input_left_(0) {}
+    byte_source(uint8_t const* data, size_t size) : pos_(data), end_(data + size), input_left_(0) {}
     // Reads from the PCL input (look-ahead, macro replay or file).
     explicit byte_source(uint64_t count) : input_left_(count) {}
     byte_source(byte_source const&) = delete;
@@ -104,8 +103,8 @@ void decode_row(int method, block_reader& in, std::span<uint8_t> row);
 // What one entry of an adaptive-compression block asks for.
 struct adaptive_entry {
     enum kind_t { row, empty_rows, duplicate_rows, end } kind;
-    int method;        // for `row`: 0..3
-    uint32_t count;    // for `empty_rows` and `duplicate_rows`
+    int method;  // for `row`: 0..3
+    uint32_t count;  // for `empty_rows` and `duplicate_rows`
 };
 
 // Reads the next entry of an adaptive block; for `row` the row is decoded

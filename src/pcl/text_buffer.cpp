@@ -130,8 +130,9 @@ void fill_advances(uint16_t const (&codes)[256], int32_t (&adv)[256])
     static table kept[4];
     static unsigned next_slot;
     for (table const& t : kept)
-        if (t.used && t.metrics == prop.metrics && t.enc == prop.enc && t.size == prop.size && t.hmi == env.hmi &&
-            t.map_changes == ps_map_changes && std::memcmp(t.codes, codes, sizeof codes) == 0) {
+        if (t.used && t.metrics == prop.metrics && t.enc == prop.enc && t.size == prop.size &&
+            t.hmi == env.hmi && t.map_changes == ps_map_changes &&
+            std::memcmp(t.codes, codes, sizeof codes) == 0) {
             std::memcpy(adv, t.adv, sizeof adv);
             return;
         }

@@ -33,7 +33,8 @@ InputFromString::InputFromString(std::string_view bytes, bool piped) : data_(byt
         // The whole input is written before anything is read.
         if (data_.size() >= 65536)
             ::fcntl(ends[1], F_SETPIPE_SZ, static_cast<int>(data_.size() + 1));
-        bool const ok = ::write(ends[1], data_.data(), data_.size()) == static_cast<ssize_t>(data_.size());
+        bool const ok =
+            ::write(ends[1], data_.data(), data_.size()) == static_cast<ssize_t>(data_.size());
         ::close(ends[1]);
         if (!ok) {
             ::close(ends[0]);
@@ -147,8 +148,8 @@ RunResult run_tarvo(std::vector<std::string> const& args, std::string_view input
     }
     int wstatus = 0;
     waitpid(pid, &wstatus, 0);
-    return {WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : 256 + WTERMSIG(wstatus), read_file(out_path),
-            read_file(err_path)};
+    return {WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : 256 + WTERMSIG(wstatus),
+            read_file(out_path), read_file(err_path)};
 }
 
 TempDir::TempDir()

@@ -56,14 +56,13 @@ TEST_F(ConfigStore, FileSyntaxSectionsQuotesAndComments)
                    "last=no newline"s),
               0);
     EXPECT_EQ(dump(""), "TOP=before any header\nB=2\n");
-    EXPECT_EQ(dump("GHOSTSCRIPT"),
-              "GS=/usr/bin/gs\n"
-              "OPT=-dX;y\n"
-              "DQ=a # b\n"
-              "OPEN=runs to the end\n"
-              "#HASH=yes\n"
-              "MIXED NAME=Keeps Case\n"
-              "EMPTY=\n");
+    EXPECT_EQ(dump("GHOSTSCRIPT"), "GS=/usr/bin/gs\n"
+                                   "OPT=-dX;y\n"
+                                   "DQ=a # b\n"
+                                   "OPEN=runs to the end\n"
+                                   "#HASH=yes\n"
+                                   "MIXED NAME=Keeps Case\n"
+                                   "EMPTY=\n");
     EXPECT_EQ(dump("TRAY1"), "[UNCLOSED=item\nLAST=no newline\n");
     // Lookups ignore case; an empty value counts as absent.
     EXPECT_STREQ(config_get_option("ghostscript", "Gs", nullptr), "/usr/bin/gs");
@@ -104,7 +103,8 @@ TEST_F(ConfigStore, LongLinesAreReadInPiecesOf1023)
 
 TEST_F(ConfigStore, CommandLineDefinitions)
 {
-    for (char const* def : {"gs.opt=-r300", "config:gs.opt= -r600 ", ":x=1", "y:=2", "a:b:c=3", "q=a=b"})
+    for (char const* def :
+         {"gs.opt=-r300", "config:gs.opt= -r600 ", ":x=1", "y:=2", "a:b:c=3", "q=a=b"})
         EXPECT_EQ(config_parse_option(def), 0) << def;
     EXPECT_EQ(config_parse_option("no equals"), 1);
     EXPECT_EQ(dump("DEFAULT"), "GS.OPT=-r300\n:X=1\nY:=2\nQ=a=b\n");
@@ -121,7 +121,8 @@ TEST_F(ConfigStore, OpenFailures)
     // A missing optional file is silent; a path through a regular file fails
     // with ENOTDIR, reported even when optional; a directory counts as
     // absent where the file is optional and is refused otherwise.
-    std::string const missing = dir.path() + "/none.cfg", through = dir.write("plain", "") + "/x.cfg";
+    std::string const missing = dir.path() + "/none.cfg",
+                      through = dir.write("plain", "") + "/x.cfg";
     int status[5] = {};
     EXPECT_EQ(capture_stderr([&] {
                   status[0] = config_read_file(missing.c_str(), 1);
@@ -130,8 +131,8 @@ TEST_F(ConfigStore, OpenFailures)
                   status[3] = config_read_file(dir.path().c_str(), 0);
                   status[4] = config_read_file(dir.path().c_str(), 1);
               }),
-              missing + ": No such file or directory\n" + through + ": Not a directory\n" + dir.path() +
-                  ": Is a directory\n");
+              missing + ": No such file or directory\n" + through + ": Not a directory\n" +
+                  dir.path() + ": Is a directory\n");
     EXPECT_EQ((std::array{status[0], status[1], status[2], status[3], status[4]}),
               (std::array{2, 2, ENOTDIR, EISDIR, 2}));
 }
@@ -140,9 +141,12 @@ TEST_F(ConfigStore, OpenFailures)
 // case, the first entry wins, walks resume after the position given.
 TEST_F(ConfigStore, IndexedLookupsKeepTheOrderOfAddition)
 {
-    for (auto const& [sec, item, value] : std::vector<std::array<char const*, 3>>{
-             {"TRAY1", "EPS.FILE", "a"}, {"tray1", "xofs", "1"}, {"TRAY2", "EPS.FILE", "b"},
-             {"Tray1", "Eps.File", "c"}, {"TRAY1", "EPS.FILE", ""}})
+    for (auto const& [sec, item, value] :
+         std::vector<std::array<char const*, 3>>{{"TRAY1", "EPS.FILE", "a"},
+                                                 {"tray1", "xofs", "1"},
+                                                 {"TRAY2", "EPS.FILE", "b"},
+                                                 {"Tray1", "Eps.File", "c"},
+                                                 {"TRAY1", "EPS.FILE", ""}})
         ASSERT_EQ(config_add_value(sec, item, value), 0);
     EXPECT_STREQ(config_get_option("tray1", "eps.file", "none"), "a");
     EXPECT_STREQ(config_get_option("TRAY3", "EPS.FILE", "none"), "none");

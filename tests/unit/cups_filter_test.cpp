@@ -16,7 +16,8 @@ TEST(CupsFilter, OptionWords)
 {
     using V = std::vector<CupsOption>;
     EXPECT_EQ(cups_parse_options(""), V{});
-    EXPECT_EQ(cups_parse_options(" media=A4  sides=two-sided-long-edge collate nofitplot job-name='a b' x=\"c\\\"d\" y=e\\ f ="),
+    EXPECT_EQ(cups_parse_options(" media=A4  sides=two-sided-long-edge collate nofitplot "
+                                 "job-name='a b' x=\"c\\\"d\" y=e\\ f ="),
               (V{{"media", "A4"},
                  {"sides", "two-sided-long-edge"},
                  {"collate", "true"},
@@ -41,17 +42,19 @@ TEST(CupsFilter, Requests)
     EXPECT_EQ(r.paper, "");
     EXPECT_EQ(r.duplex, "");
     EXPECT_EQ(r.copies, 1);
-    EXPECT_EQ(r.warnings, (std::vector<std::string>{
-                              "media A5 is not supported; the job's own or the configured paper size is used",
-                              "sides sideways is not supported",
-                              "copies 0 is not a number from 1 to 9999; one copy is made"}));
+    EXPECT_EQ(r.warnings,
+              (std::vector<std::string>{
+                  "media A5 is not supported; the job's own or the configured paper size is used",
+                  "sides sideways is not supported",
+                  "copies 0 is not a number from 1 to 9999; one copy is made"}));
 
     EXPECT_EQ(cups_setup_code(requests("")), "");
-    EXPECT_EQ(cups_setup_code(requests("Duplex=DuplexTumble", "3")),
-              "[{\n%%BeginFeature: *Duplex DuplexTumble\n<< /Duplex true /Tumble true >> setpagedevice\n"
-              "%%EndFeature\n} stopped cleartomark\n"
-              "[{\n%%BeginFeature: *NumCopies 3\n<< /NumCopies 3 >> setpagedevice\n"
-              "%%EndFeature\n} stopped cleartomark\n");
+    EXPECT_EQ(
+        cups_setup_code(requests("Duplex=DuplexTumble", "3")),
+        "[{\n%%BeginFeature: *Duplex DuplexTumble\n<< /Duplex true /Tumble true >> setpagedevice\n"
+        "%%EndFeature\n} stopped cleartomark\n"
+        "[{\n%%BeginFeature: *NumCopies 3\n<< /NumCopies 3 >> setpagedevice\n"
+        "%%EndFeature\n} stopped cleartomark\n");
     EXPECT_EQ(requests("sides=one-sided").duplex, "<< /Duplex false >>");
 
     EXPECT_EQ(cups_tarvo_args("T", requests("media=a3"), "/etc/tarvo.cfg", "-job"),
@@ -61,15 +64,18 @@ TEST(CupsFilter, Requests)
 }
 
 // Runs the built filter as CUPS would, with the printer's name as argv[0].
-RunResult run_filter(std::vector<std::string> const& args, std::string const& input, TempDir const& dir)
+RunResult run_filter(std::vector<std::string> const& args, std::string const& input,
+                     TempDir const& dir)
 {
     std::string cmd = "cd '" + dir.path() + "' && exec -a printer1 '" TARVO_CUPS_BINARY "'";
     for (std::string const& a : args)
         cmd += " '" + a + "'";
     cmd += " < in.pcl > out.ps 2> err.txt";
     dir.write("in.pcl", input);
-    int const status = std::system(("env ZENTHORAX_ETC='" + dir.path() + "/etc' bash -c \"" + cmd + "\"").c_str());
-    return {WEXITSTATUS(status), read_file(dir.path() + "/out.ps"), read_file(dir.path() + "/err.txt")};
+    int const status =
+        std::system(("env ZENTHORAX_ETC='" + dir.path() + "/etc' bash -c \"" + cmd + "\"").c_str());
+    return {WEXITSTATUS(status), read_file(dir.path() + "/out.ps"),
+            read_file(dir.path() + "/err.txt")};
 }
 
 TEST(CupsFilter, WholeJob)
@@ -77,12 +83,15 @@ TEST(CupsFilter, WholeJob)
     TempDir dir;
     // A configuration in the working directory is not the print server's.
     dir.write("tarvo.cfg", "[CONFIG]\nBARCODE=1\nPS.INCLUDE=/nowhere\n");
-    std::string const job = "\x1b" "E\x1b&l1XHello\f";
-    RunResult r = run_filter({"42", "anna", "Quarterly\nreport", "2", "media=Letter sides=two-sided-long-edge"},
-                             job, dir);
+    std::string const job = "\x1b"
+                            "E\x1b&l1XHello\f";
+    RunResult r = run_filter(
+        {"42", "anna", "Quarterly\nreport", "2", "media=Letter sides=two-sided-long-edge"}, job,
+        dir);
     EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{0, std::string()}));
     EXPECT_NE(r.out.find("%%Title: Quarterly report\n"), std::string::npos) << r.out;
-    EXPECT_NE(r.out.find("%%BeginSetup\n[{\n%%BeginFeature: *Duplex DuplexNoTumble\n"), std::string::npos);
+    EXPECT_NE(r.out.find("%%BeginSetup\n[{\n%%BeginFeature: *Duplex DuplexNoTumble\n"),
+              std::string::npos);
     EXPECT_NE(r.out.find("<< /NumCopies 2 >> setpagedevice\n%%EndFeature\n} stopped cleartomark\n"),
               std::string::npos);
     EXPECT_NE(r.out.find("(Hello)"), std::string::npos);
@@ -102,13 +111,15 @@ TEST(CupsFilter, WholeJob)
               (std::pair{1, "ERROR: " + dir.path() + "/missing.pcl: No such file or directory\n"}));
     r = run_filter({"1", "u", "t", "x", "media=B5"}, job, dir);
     EXPECT_EQ((std::pair{r.status, r.err}),
-              (std::pair{0, std::string("WARNING: tarvo-cups: media B5 is not supported; the job's own or "
-                                        "the configured paper size is used\n"
-                                        "WARNING: tarvo-cups: copies x is not a number from 1 to 9999; one "
-                                        "copy is made\n")}));
+              (std::pair{0, std::string(
+                                "WARNING: tarvo-cups: media B5 is not supported; the job's own or "
+                                "the configured paper size is used\n"
+                                "WARNING: tarvo-cups: copies x is not a number from 1 to 9999; one "
+                                "copy is made\n")}));
     r = run_filter({"1", "u", "t"}, "", dir);
-    EXPECT_EQ((std::pair{r.status, r.err}),
-              (std::pair{1, std::string("Usage: tarvo-cups job-id user title copies options [file]\n")}));
+    EXPECT_EQ(
+        (std::pair{r.status, r.err}),
+        (std::pair{1, std::string("Usage: tarvo-cups job-id user title copies options [file]\n")}));
 }
 
 }  // namespace

@@ -53,7 +53,8 @@ TEST_F(Cursor, HostileValuesSaturate)
     env.cur_y = int_max - 5;
     env.pos_changed = 0;
     pcl_half_lf();  // overflows onto the next page
-    EXPECT_EQ((std::array{env.page_serial, env.cur_y, env.pos_changed}), (std::array{1, 36000 + 1610612735, 1}));
+    EXPECT_EQ((std::array{env.page_serial, env.cur_y, env.pos_changed}),
+              (std::array{1, 36000 + 1610612735, 1}));
 }
 
 }  // namespace

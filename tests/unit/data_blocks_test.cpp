@@ -9,8 +9,8 @@
 #include "pcl/environment.h"
 #include "pcl/input.h"
 #include "pcl/macros.h"
-#include "run_mode.h"
 #include "reset.h"
+#include "run_mode.h"
 #include "test_support.h"
 
 namespace {
@@ -40,7 +40,8 @@ TEST_F(DataBlocks, BlocksStopAtTheirCountOrAtEndOfInput)
     } const cases[] = {
         {"abcdef", "", RASTER_ROW, 3, "def"},
         {"abc", "xy", PAPER_TYPE, 3, "bc"},  // look-ahead bytes are consumed first
-        {std::string(40000, '\x1b') + "rest", "", RASTER_ROW, 40000, "rest"},  // beyond the skip buffer
+        {std::string(40000, '\x1b') + "rest", "", RASTER_ROW, 40000,
+         "rest"},  // beyond the skip buffer
         {"abc", "", SYMSET_DEFINITION, 4294967295u, ""},  // the largest count ends at end of input
     };
     for (auto const& c : cases) {
@@ -63,7 +64,11 @@ TEST_F(DataBlocks, BlocksStopAtTheirCountOrAtEndOfInput)
         // While a macro is recorded, text and verbatim data are skipped untraced.
         InputFromString in("ABCD%tarvo:pos");
         in_macro_definition = verbose = 1;
-        EXPECT_EQ(capture_stdout([] { readdesc(TRANSPARENT_PRINT, 2); readdesc(PS_VERBATIM, 2); }), "");
+        EXPECT_EQ(capture_stdout([] {
+                      readdesc(TRANSPARENT_PRINT, 2);
+                      readdesc(PS_VERBATIM, 2);
+                  }),
+                  "");
         EXPECT_EQ(rest(), "%tarvo:pos");
     }
 }
@@ -94,11 +99,16 @@ TEST(InBand, CommandSyntax)
         {"%tarvo:pos", inband_command::pos, ""},
         {"%tarvo:eps /tmp/logo.eps", inband_command::eps, "/tmp/logo.eps"},
         {"%tarvo:include  a b\"c", inband_command::include, " a b\"c"},  // verbatim after one space
-        {"%tarvo:pos x", inband_command::none, ""},     {"%tarvo:position", inband_command::none, ""},
-        {"%TARVO:pos", inband_command::none, ""},       {" %tarvo:pos", inband_command::none, ""},
-        {"%tarvo: pos", inband_command::none, ""},      {"%tarvo:", inband_command::none, ""},
-        {"%tarv", inband_command::none, ""},            {"%tarvo:include", inband_command::none, ""},
-        {"%tarvo:eps ", inband_command::none, ""},      {"%tarvo:Eps x", inband_command::none, ""},
+        {"%tarvo:pos x", inband_command::none, ""},
+        {"%tarvo:position", inband_command::none, ""},
+        {"%TARVO:pos", inband_command::none, ""},
+        {" %tarvo:pos", inband_command::none, ""},
+        {"%tarvo: pos", inband_command::none, ""},
+        {"%tarvo:", inband_command::none, ""},
+        {"%tarv", inband_command::none, ""},
+        {"%tarvo:include", inband_command::none, ""},
+        {"%tarvo:eps ", inband_command::none, ""},
+        {"%tarvo:Eps x", inband_command::none, ""},
     };
     for (auto const& c : cases) {
         std::string_view arg;
@@ -108,13 +118,17 @@ TEST(InBand, CommandSyntax)
 }
 
 // A verbatim block: the PS Verbatim command with the byte count of `data`.
-std::string verbatim(std::string const& data) { return "\x1b&p" + std::to_string(data.size()) + "W" + data; }
+std::string verbatim(std::string const& data)
+{
+    return "\x1b&p" + std::to_string(data.size()) + "W" + data;
+}
 
 TEST(InBand, PositionIncludeAndEpsReachTheDocumentInOrder)
 {
     TempDir dir;
-    std::string const eps = dir.write("logo.eps", "%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: 0 0 10 10\n"
-                                                  "newpath 0 0 moveto 10 10 lineto stroke\n%%EOF\n");
+    std::string const eps =
+        dir.write("logo.eps", "%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: 0 0 10 10\n"
+                              "newpath 0 0 moveto 10 10 lineto stroke\n%%EOF\n");
     std::string const snippet = dir.write("snip.ps", "% snippet\n1 0 0 setrgbcolor\n");
     std::string const job = verbatim("%tarvo:pos\r\n") + verbatim("%tarvo:eps " + eps + "  \n") +
                             verbatim("%tarvo:include " + snippet) + "X";

@@ -27,11 +27,18 @@ std::string mixed_job()
     for (int i = 0; i < 3000; ++i)
         j.push_back(static_cast<char>(32 + (i * 7) % 224));
     j += "\r\n";
-    j += "abc" + ESC + "(0N" + "d\xe9" "f" + ESC + "(8U" + "ghi\x0e" "SO\x0f" "SI\r\n";
+    j += "abc" + ESC + "(0N" +
+         "d\xe9"
+         "f" +
+         ESC + "(8U" +
+         "ghi\x0e"
+         "SO\x0f"
+         "SI\r\n";
     j += ESC + "*p2147483000X" + std::string(200, 'W') + "\x0eZ\x0f" + "\r\n";
     j += ESC + "*b40000W" + std::string(40000, '\x1b');
     j += ESC + "*b300W" + std::string(300, 'A');
-    j += ESC + "&f5Y" + ESC + "&f0X" + "In the macro " + ESC + "*b6W" + ESC + "&f1X." + "\r\n" + ESC + "&f1X";
+    j += ESC + "&f5Y" + ESC + "&f0X" + "In the macro " + ESC + "*b6W" + ESC + "&f1X." + "\r\n" +
+         ESC + "&f1X";
     j += ESC + "&f2X" + ESC + "&f3X" + "After the calls\r\n";
     j += ESC + "&t83P" + "h\xc3\xa9llo \xe2\x82\xac \xc0\xaf bad" + ESC + "&t0P\r\n";
     j += ESC + "&p5X" + "ABCDE" + "tail\x0c";
@@ -47,7 +54,8 @@ std::string drop_lines(std::string const& text, std::vector<std::string> const& 
         size_t eol = text.find('\n', pos);
         eol = eol == std::string::npos ? text.size() : eol + 1;
         std::string const line = text.substr(pos, eol - pos);
-        if (std::none_of(prefixes.begin(), prefixes.end(), [&](auto const& p) { return line.rfind(p, 0) == 0; }))
+        if (std::none_of(prefixes.begin(), prefixes.end(),
+                         [&](auto const& p) { return line.rfind(p, 0) == 0; }))
             kept += line;
         pos = eol;
     }
@@ -75,7 +83,8 @@ TEST(DirectInput, SameOutputAsTheTracedByteReader)
     EXPECT_NE(ps.find("After the calls"), std::string::npos);
     EXPECT_TRUE(ps == read_file(traced)) << "differs from the byte-by-byte reader";
     // From standard input the document has no title.
-    EXPECT_TRUE(drop_lines(ps, {"%%Title:"}) == read_file(piped)) << "differs when read from a pipe";
+    EXPECT_TRUE(drop_lines(ps, {"%%Title:"}) == read_file(piped))
+        << "differs when read from a pipe";
 
     // The analysis trace matches too, once the per-character lines that
     // only the input trace adds are left out.

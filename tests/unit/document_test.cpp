@@ -117,7 +117,8 @@ TEST_F(Document, MarksFileFollowsTheDocument)
     text_at("x", 0, 0);
     ps_exit(marks.c_str());
     std::string const s = out.str();
-    EXPECT_EQ(s.substr(s.find("%%EOF")), "%%EOF\n\n% Begin " + marks + "\n[ /Title (T) /DOCINFO pdfmark\n% End\n");
+    EXPECT_EQ(s.substr(s.find("%%EOF")),
+              "%%EOF\n\n% Begin " + marks + "\n[ /Title (T) /DOCINFO pdfmark\n% End\n");
 }
 
 TEST(IncludeList, SplitsOnCommasAndBoundsNames)

@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <tuple>
 #include <regex>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -17,9 +17,8 @@
 
 namespace {
 
-std::string const kUsage =
-    "usage: tarvo [options] [pcl files ...]\n"
-    "Please use the -help option to get more information\n";
+std::string const kUsage = "usage: tarvo [options] [pcl files ...]\n"
+                           "Please use the -help option to get more information\n";
 
 // A run of the binary and what it should end with.
 struct RunCase {
@@ -44,8 +43,10 @@ TEST(Driver, VersionHelpAndUsage)
         RunResult r = run_tarvo({word});
         EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{0, std::string()}));
         EXPECT_TRUE(std::regex_match(
-            r.out, std::regex("tarvo: tarvo " TARVO_VERSION
-                              R"( \([A-Z][a-z][a-z] [1-9][0-9]? [0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2}\)\n)")))
+            r.out,
+            std::regex(
+                "tarvo: tarvo " TARVO_VERSION
+                R"( \([A-Z][a-z][a-z] [1-9][0-9]? [0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2}\)\n)")))
             << r.out;
     }
     EXPECT_TRUE(std::regex_match(TARVO_VERSION, std::regex(R"(A\.[0-9]{2}\.[0-9]{2}\.[0-9]{2})")));
@@ -54,9 +55,12 @@ TEST(Driver, VersionHelpAndUsage)
     for (char const* word : {"-help", "--help"}) {
         RunResult r = run_tarvo({word});
         EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{0, std::string()}));
-        EXPECT_EQ(r.out.rfind("\nZENTHORAX TARVO - Document Conversion Utilities (" TARVO_FAMILY_VERSION ")\n"
-                              "usage: tarvo [options] [pcl-file ...]\noutput options:\n -p ", 0),
-                  0u)
+        EXPECT_EQ(
+            r.out.rfind("\nZENTHORAX TARVO - Document Conversion Utilities (" TARVO_FAMILY_VERSION
+                        ")\n"
+                        "usage: tarvo [options] [pcl-file ...]\noutput options:\n -p ",
+                        0),
+            0u)
             << r.out;
         EXPECT_NE(r.out.find(" -V       output version and exit\n\nThe tarvo utility converts"),
                   std::string::npos);
@@ -66,7 +70,8 @@ TEST(Driver, VersionHelpAndUsage)
     TempDir dir;
     auto env = isolated(dir);
     r = run_tarvo({"-a", "-o"}, {}, {}, env);
-    EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{2, "tarvo: option -o requires an argment\n" + kUsage}));
+    EXPECT_EQ((std::pair{r.status, r.err}),
+              (std::pair{2, "tarvo: option -o requires an argment\n" + kUsage}));
     for (auto const& args : std::vector<std::vector<std::string>>{{}, {"-d"}}) {
         r = run_tarvo(args, {}, {}, env);
         EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{2, kUsage}));
@@ -99,16 +104,18 @@ TEST(Driver, PrintingNeedsADevice)
     std::string const config = "config:gs=" + gs;
     RunResult r = run_tarvo({"-g", "-C", config}, "text", {}, env);
     EXPECT_EQ((std::array{std::to_string(r.status), r.out, r.err}),
-              (std::array<std::string, 3>{
-                  "1", "", "tarvo: -g needs an output device: give -sDEVICE=... in GS.PRINT.OPT, GS.OPT or -G\n"}));
-    for (auto const& named : std::vector<std::vector<std::string>>{
-             {"-G", "-sDEVICE=ljet4"},
-             {"-C", "config:gs.print.opt=-r600 -sDEVICE=pxlmono"},
-             {"-C", "config:gs.opt=-dNODISPLAY"}}) {
+              (std::array<std::string, 3>{"1", "",
+                                          "tarvo: -g needs an output device: give -sDEVICE=... in "
+                                          "GS.PRINT.OPT, GS.OPT or -G\n"}));
+    for (auto const& named :
+         std::vector<std::vector<std::string>>{{"-G", "-sDEVICE=ljet4"},
+                                               {"-C", "config:gs.print.opt=-r600 -sDEVICE=pxlmono"},
+                                               {"-C", "config:gs.opt=-dNODISPLAY"}}) {
         auto args = named;
         args.insert(args.end(), {"-g", "-C", config});
         r = run_tarvo(args, "text", {}, env);
-        EXPECT_EQ((std::pair{r.status, r.out}), (std::pair{0, std::string("ran\n")})) << named.back();
+        EXPECT_EQ((std::pair{r.status, r.out}), (std::pair{0, std::string("ran\n")}))
+            << named.back();
     }
     env.push_back("GS_DEVICE=ljet4");
     EXPECT_EQ(run_tarvo({"-g", "-C", config}, "text", {}, env).status, 0);
@@ -130,17 +137,20 @@ TEST(Driver, ConfigurationLookup)
     dir.write("blocked/.tarvo/x", "");
     EXPECT_EQ(run_tarvo({"-a"}, "", dir.path(), env).status, 0);
     r = run_tarvo({"-a", "-c", dir.path() + "/blocked"}, "", dir.path(), env);
-    EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{1, dir.path() + "/blocked: Is a directory\n"}));
+    EXPECT_EQ((std::pair{r.status, r.err}),
+              (std::pair{1, dir.path() + "/blocked: Is a directory\n"}));
     env.back() = "HOME=" + dir.write("plainfile", "");
     r = run_tarvo({"-a"}, "", dir.path(), env);
     EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.err, dir.path() + "/plainfile/.tarvo: Not a directory\ntarvo: Unable to read config file\n");
+    EXPECT_EQ(r.err, dir.path() +
+                         "/plainfile/.tarvo: Not a directory\ntarvo: Unable to read config file\n");
 
     // Over-long HOME or configuration directory: skipped, never overflowing.
     env.back() = "HOME=/" + std::string(5000, 'h');
     env.push_back("ZENTHORAX_ETC=/" + std::string(1100, 'e'));
     r = run_tarvo({"-a"}, "\r", dir.path(), env);
-    EXPECT_EQ((std::array{std::to_string(r.status), r.out, r.err}), (std::array<std::string, 3>{"0", "<CR>\n", ""}));
+    EXPECT_EQ((std::array{std::to_string(r.status), r.out, r.err}),
+              (std::array<std::string, 3>{"0", "<CR>\n", ""}));
 }
 
 // The Ghostscript executable that a run would start, as shown by -v.
@@ -178,12 +188,14 @@ TEST(Driver, ConfigurationSearchOrderAndCommandLinePrecedence)
 TEST(Driver, SelfExecutingMacroEndsOnAPipe)
 {
     TempDir dir;
-    std::string const job = dir.write("job.pcl", "\x1b&f1Y\x1b&f0XHi\x1b&f1Y\x1b&f2X\x1b&f1X\x1b&f1Y\x1b&f2X");
-    std::string const cmd = "cat '" + job + "' | HOME='" + dir.path() + "' '" TARVO_BINARY "' -s >'" +
-                            dir.path() + "/out' 2>'" + dir.path() + "/err'";
+    std::string const job =
+        dir.write("job.pcl", "\x1b&f1Y\x1b&f0XHi\x1b&f1Y\x1b&f2X\x1b&f1X\x1b&f1Y\x1b&f2X");
+    std::string const cmd = "cat '" + job + "' | HOME='" + dir.path() +
+                            "' '" TARVO_BINARY "' -s >'" + dir.path() + "/out' 2>'" + dir.path() +
+                            "/err'";
     EXPECT_EQ(std::system(cmd.c_str()), 0);
-    EXPECT_EQ(read_file(dir.path() + "/err"),
-              "tarvo: standard input: macros replayed more than 67111232 bytes; further macro calls skipped\n");
+    EXPECT_EQ(read_file(dir.path() + "/err"), "tarvo: standard input: macros replayed more than "
+                                              "67111232 bytes; further macro calls skipped\n");
     EXPECT_NE(read_file(dir.path() + "/out").find("%%EOF"), std::string::npos);
 }
 
@@ -193,8 +205,9 @@ TEST(Driver, ExitStatusOfTheInterpreter)
     auto env = isolated(dir);
     // The second kills the shell that popen started (never the converter).
     std::string const failing = dir.write("fail.sh", "#!/bin/sh\ncat >/dev/null\nexit 3\n"),
-                      killed = dir.write("kill.sh", "#!/bin/sh\ncat >/dev/null\n"
-                                                    "[ \"$(cat /proc/$PPID/comm)\" = tarvo ] || kill -9 $PPID\n"),
+                      killed = dir.write(
+                          "kill.sh", "#!/bin/sh\ncat >/dev/null\n"
+                                     "[ \"$(cat /proc/$PPID/comm)\" = tarvo ] || kill -9 $PPID\n"),
                       quitter = dir.write("quit.sh", "#!/bin/sh\nexit 0\n");
     for (auto const& f : {failing, killed, quitter})
         ASSERT_EQ(chmod(f.c_str(), 0755), 0);
@@ -203,10 +216,18 @@ TEST(Driver, ExitStatusOfTheInterpreter)
     for (int i = 0; i < 20000; ++i)
         big += "a line of text that fills the pipe\r\n";
     RunCase const cases[] = {
-        {{"-p", "-C", "config:gs=" + failing}, "text", 1, "tarvo: ghostscript returned exit status 3\n"},
-        {{"-g", "-G", "-sDEVICE=x", "-C", "config:gs=" + killed}, "text", 1, "tarvo: ghostscript returned exit status 265\n"},
+        {{"-p", "-C", "config:gs=" + failing},
+         "text",
+         1,
+         "tarvo: ghostscript returned exit status 3\n"},
+        {{"-g", "-G", "-sDEVICE=x", "-C", "config:gs=" + killed},
+         "text",
+         1,
+         "tarvo: ghostscript returned exit status 265\n"},
         // Nothing drawn: the command is shown but never started.
-        {{"-g", "-a", "-C", "config:gs=" + failing}, "text", 0,
+        {{"-g", "-a", "-C", "config:gs=" + failing},
+         "text",
+         0,
          "\"" + failing + "\" -q -dNOPAUSE -dBATCH -dSAFER -sOutputFile=\"-\" -_\n"},
         // One that quits without reading: the failed write is an error.
         {{"-p", "-C", "config:gs=" + quitter}, big, 1, "tarvo: ghostscript: Broken pipe\n"},
@@ -223,11 +244,14 @@ TEST(Driver, WriteAndReadErrorsAreReported)
     TempDir dir;
     auto env = isolated(dir);
     RunResult r = run_tarvo({"-s", "-o", "/dev/full"}, "text", {}, env);
-    EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{1, std::string("tarvo: /dev/full: No space left on device\n")}));
-    std::string const cmd = "'" TARVO_BINARY "' -s <'" + dir.write("job.pcl", "text") + "' >/dev/full 2>'" +
-                            dir.path() + "/err'; echo $? >>'" + dir.path() + "/err'";
+    EXPECT_EQ((std::pair{r.status, r.err}),
+              (std::pair{1, std::string("tarvo: /dev/full: No space left on device\n")}));
+    std::string const cmd = "'" TARVO_BINARY "' -s <'" + dir.write("job.pcl", "text") +
+                            "' >/dev/full 2>'" + dir.path() + "/err'; echo $? >>'" + dir.path() +
+                            "/err'";
     ASSERT_EQ(std::system(cmd.c_str()), 0);
-    EXPECT_EQ(read_file(dir.path() + "/err"), "tarvo: standard output: No space left on device\n1\n");
+    EXPECT_EQ(read_file(dir.path() + "/err"),
+              "tarvo: standard output: No space left on device\n1\n");
     // Standard input that cannot be read.
     std::string const dcmd = "'" TARVO_BINARY "' -s <'" + dir.path() + "' 2>&1; echo $?";
     FILE* p = popen(dcmd.c_str(), "r");
@@ -256,11 +280,19 @@ TEST(Driver, OutputFileReplacedOnlyOnSuccess)
         return names;
     };
     RunCase const cases[] = {
-        {{"-p", "-C", "config:gs=" + failing}, "text", 1, "tarvo: ghostscript returned exit status 3\n"},
-        {{"-p", "-C", "config:gs=" + silent}, "text", 1,
+        {{"-p", "-C", "config:gs=" + failing},
+         "text",
+         1,
+         "tarvo: ghostscript returned exit status 3\n"},
+        {{"-p", "-C", "config:gs=" + silent},
+         "text",
+         1,
          "tarvo: " + out + ": ghostscript wrote nothing; no output written\n"},
         {{"-s"}, "\r\n", 0, "tarvo: no page was drawn; no output written\n"},
-        {{"-s", dir.path() + "/missing.pcl", "-"}, "text", 1, dir.path() + "/missing.pcl: No such file or directory\n"},
+        {{"-s", dir.path() + "/missing.pcl", "-"},
+         "text",
+         1,
+         dir.path() + "/missing.pcl: No such file or directory\n"},
     };
     for (RunCase const& c : cases) {
         std::vector<std::string> args = c.args;
@@ -288,12 +320,16 @@ TEST(Driver, NothingToShowIsExplained)
     EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{1, dir.path() + ": Is a directory\n"}));
     r = run_tarvo({"-s", dir.write("empty.pcl", "")}, "", {}, env);
     EXPECT_EQ((std::tuple{r.status, r.out, r.err}),
-              (std::tuple{0, std::string(), std::string("tarvo: no page was drawn; no output written\n")}));
+              (std::tuple{0, std::string(),
+                          std::string("tarvo: no page was drawn; no output written\n")}));
     // Other kinds of file are still converted, with a word of warning.
-    for (std::string head : {"%PDF-1.7\n", "\x89PNG\r\n\x1a\n", "\xff\xd8\xff\xe0", "PK\x03\x04", "\x7f" "ELF\x02"}) {
+    for (std::string head : {"%PDF-1.7\n", "\x89PNG\r\n\x1a\n", "\xff\xd8\xff\xe0", "PK\x03\x04",
+                             "\x7f"
+                             "ELF\x02"}) {
         std::string const f = dir.write("odd.pcl", head + "text");
         r = run_tarvo({"-s", f}, "", {}, env);
-        EXPECT_EQ((std::pair{r.status, r.err}), (std::pair{0, "tarvo: " + f + ": does not look like PCL\n"}));
+        EXPECT_EQ((std::pair{r.status, r.err}),
+                  (std::pair{0, "tarvo: " + f + ": does not look like PCL\n"}));
         EXPECT_NE(r.out.find("text)S"), std::string::npos);
     }
 }

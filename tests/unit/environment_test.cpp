@@ -48,8 +48,9 @@ TEST_F(Environment, HostileValues)
     pcl_units(600);
     EXPECT_EQ(pcl2in(1), 120.0);
     for (double v : {1e308, -1e308, std::nan(""), 0.0}) {
-        for (auto handler : {pcl_margin_left, pcl_margin_right, pcl_margin_top, pcl_text_length, pcl_page_length,
-                             pcl_perfskip, pcl_units, pcl_orientation, pcl_page_size, pcl_paper_source})
+        for (auto handler :
+             {pcl_margin_left, pcl_margin_right, pcl_margin_top, pcl_text_length, pcl_page_length,
+              pcl_perfskip, pcl_units, pcl_orientation, pcl_page_size, pcl_paper_source})
             handler(v);
         EXPECT_GT(env.units, 0);
         EXPECT_LE(env.left_margin, env.right_margin);

@@ -55,12 +55,16 @@ protected:
 
 TEST_F(EpsTest, InBandPlacementFollowsTheLastBoxComment)
 {
-    std::string p = eps("%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: 0 0 100 50\n% one\nnewpath\n%%EOF\n");
-    EXPECT_EQ(inband(p), "% --BEGIN EPS FILE " + p + "\n" + SAVE + "currentpoint 50 sub translate\n" +
+    std::string p =
+        eps("%!PS-Adobe-3.0 EPSF-3.0\n%%BoundingBox: 0 0 100 50\n% one\nnewpath\n%%EOF\n");
+    EXPECT_EQ(inband(p), "% --BEGIN EPS FILE " + p + "\n" + SAVE +
+                             "currentpoint 50 sub translate\n" +
                              "%!PS-Adobe-3.0 EPSF-3.0\n% one\nnewpath\nrestore\n"
                              "currentpoint exch 100 add exch moveto\n% --END EPS FILE\n");
-    p = eps("%!PS\n%%BoundingBox: 0 0 100 50\n%%HiResBoundingBox: 0 0 99.5 nan\n%%HiResBoundingBox: 0 0 99.5 49.5\nx\n");
-    EXPECT_NE(inband(p).find("currentpoint 49.5 sub translate\n%!PS\nx\nrestore\ncurrentpoint exch 99.5 add"),
+    p = eps("%!PS\n%%BoundingBox: 0 0 100 50\n%%HiResBoundingBox: 0 0 99.5 "
+            "nan\n%%HiResBoundingBox: 0 0 99.5 49.5\nx\n");
+    EXPECT_NE(inband(p).find(
+                  "currentpoint 49.5 sub translate\n%!PS\nx\nrestore\ncurrentpoint exch 99.5 add"),
               std::string::npos);
     // (atend) is no box; the scan stops at the first non-comment line.
     p = eps("%!PS\n%%BoundingBox: (atend)\nx\n%%BoundingBox: 0 0 1 1\n");
@@ -72,8 +76,9 @@ TEST_F(EpsTest, InBandPlacementFollowsTheLastBoxComment)
 TEST_F(EpsTest, HugeBoxesGiveBoundedNumbers)
 {
     std::string p = eps("%!PS\n%%BoundingBox: -1e308 -1e308 1e308 1e308\nx\n");
-    EXPECT_EQ(inband(p), "% --BEGIN EPS FILE " + p + "\n" + SAVE + "currentpoint 1e+07 sub translate\n" +
-                             "%!PS\nx\nrestore\ncurrentpoint exch 1e+07 add exch moveto\n% --END EPS FILE\n");
+    EXPECT_EQ(inband(p),
+              "% --BEGIN EPS FILE " + p + "\n" + SAVE + "currentpoint 1e+07 sub translate\n" +
+                  "%!PS\nx\nrestore\ncurrentpoint exch 1e+07 add exch moveto\n% --END EPS FILE\n");
     p = eps("%!PS\n%%BoundingBox: 1e308 1e308 1e308 1e308\nx\n");
     EXPECT_NE(overlay(p, 0, 0, 0, 2).find("-1e+07 -1e+07 translate\n"), std::string::npos);
     EXPECT_NE(overlay(p, 0, 0, 0, 1).find("-1e+07 -1e+07 translate\n"), std::string::npos);
@@ -82,9 +87,10 @@ TEST_F(EpsTest, HugeBoxesGiveBoundedNumbers)
 TEST_F(EpsTest, InvalidAndMissingFilesGiveOnlyMarkers)
 {
     std::string const invalid = "% --invalid EPS header\n% --END EPS FILE\n";
-    for (std::string body : {std::string("GIF89a\x01"), std::string(), std::string("%"),
-                             std::string("\xC5\xD0\xD3\xC6\x20\0\0\0", 8),  // cut DOS header
-                             dos_eps("%!\n", 0xFFFFFFF0u, 3), dos_eps("%!\n", 5000, 3), dos_eps("%!\n", 32, 0)}) {
+    for (std::string body :
+         {std::string("GIF89a\x01"), std::string(), std::string("%"),
+          std::string("\xC5\xD0\xD3\xC6\x20\0\0\0", 8),  // cut DOS header
+          dos_eps("%!\n", 0xFFFFFFF0u, 3), dos_eps("%!\n", 5000, 3), dos_eps("%!\n", 32, 0)}) {
         std::string p = dir.write("bad.eps", body);
         EXPECT_EQ(inband(p), "% --BEGIN EPS FILE " + p + "\n" + invalid);
         EXPECT_EQ(overlay(p, 0, 0, 0, 0), "% --BEGIN EPS FILE " + p + "\n" + invalid);
@@ -115,8 +121,9 @@ TEST_F(EpsTest, DosSectionCopiedByLengthOrByLines)
                                           section + "restore\n% --END EPS FILE\n");
     std::string filtered = section;
     filtered.erase(24, 25);  // the %%BoundingBox line
-    EXPECT_EQ(inband(p), "% --BEGIN EPS FILE " + p + "\n" + SAVE + "currentpoint 20 sub translate\n" +
-                             filtered + "restore\ncurrentpoint exch 10 add exch moveto\n% --END EPS FILE\n");
+    EXPECT_EQ(inband(p), "% --BEGIN EPS FILE " + p + "\n" + SAVE +
+                             "currentpoint 20 sub translate\n" + filtered +
+                             "restore\ncurrentpoint exch 10 add exch moveto\n% --END EPS FILE\n");
     // A section without a final newline ends where its length says.
     p = dir.write("cut.eps", dos_eps("%!PS\n1 2 moveto", 32, 15));
     EXPECT_NE(inband(p).find("%!PS\n1 2 moveto\nrestore\n% --END"), std::string::npos);
@@ -143,13 +150,16 @@ TEST_F(EpsTest, OverlayAlignmentScaleFramesAndLongLines)
     std::string const frame = "newpath\n10 722 moveto\n0 50 rlineto\n100 0 rlineto\n0 -50 rlineto\n"
                               "-100 0 rlineto\nclosepath\n1 setlinewidth\nstroke\n";
     ps_overlay_mode = 5;
-    EXPECT_EQ(overlay(p, 10, 20, 0, 0), "% --BEGIN EPS FILE " + p + "\n" + frame + SAVE +
-                                            "10 722 translate\n%!PS\n% mark\nrestore\n% --END EPS FILE\n");
+    EXPECT_EQ(overlay(p, 10, 20, 0, 0),
+              "% --BEGIN EPS FILE " + p + "\n" + frame + SAVE +
+                  "10 722 translate\n%!PS\n% mark\nrestore\n% --END EPS FILE\n");
     ps_overlay_mode = 13;
-    EXPECT_EQ(overlay(p, 10, 20, 0, 0), "% --BEGIN EPS FILE " + p + "\n" + frame + "% --END EPS FILE\n");
+    EXPECT_EQ(overlay(p, 10, 20, 0, 0),
+              "% --BEGIN EPS FILE " + p + "\n" + frame + "% --END EPS FILE\n");
     // Without a usable box there is no frame; a long "%%" line is left out in
     // all its pieces; a last line without newline does not run into "restore".
     p = eps("%!PS\n%%" + std::string(3000, 'c') + "\n%single\n grestore");
-    EXPECT_EQ(overlay(p, 0, 0, 0, 0), "% --BEGIN EPS FILE " + p + "\n" + SAVE +
-                                          "0 0 translate\n%!PS\n%single\n grestore\nrestore\n% --END EPS FILE\n");
+    EXPECT_EQ(overlay(p, 0, 0, 0, 0),
+              "% --BEGIN EPS FILE " + p + "\n" + SAVE +
+                  "0 0 translate\n%!PS\n%single\n grestore\nrestore\n% --END EPS FILE\n");
 }

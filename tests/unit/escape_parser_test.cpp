@@ -29,7 +29,9 @@ TEST_F(EscapeParser, MacroDefinitionRecordsWithoutActing)
     pcl_env const before = env;
     int32_t const symset = font[0].symset;
     in_macro_definition = 1;
-    run_pcl("\x1b&l1O\x1b(8U\x1b%1A\x1b(3@\x1b" "9\x1b=\x1b(0N\x1b&l2A", 0);
+    run_pcl("\x1b&l1O\x1b(8U\x1b%1A\x1b(3@\x1b"
+            "9\x1b=\x1b(0N\x1b&l2A",
+            0);
     EXPECT_TRUE(before == env);
     EXPECT_EQ(font[0].symset, symset);
     run_pcl("\x1b&f1X", 0);  // macro control still acts
@@ -91,7 +93,7 @@ TEST_F(EscapeParser, ValuesAreTheExactDecimalAccumulation)
         texts.push_back(t);
     }
     for (char const* t : {"123456789012345678.25", "-90071992547409931.5", "1+2", "12.5.5", "+-3",
-                                 "0000000000000000000000012", "18446744073709551617", "1.0000000001234"})
+                          "0000000000000000000000012", "18446744073709551617", "1.0000000001234"})
         texts.push_back(t);
     texts.push_back(std::string(400, '8'));
     texts.push_back(std::string(320, '1') + ".5");

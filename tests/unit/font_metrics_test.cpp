@@ -2,8 +2,8 @@
 // each call, though the answers for recent fonts are kept.
 #include <string>
 
-#include "converter_test.h"
 #include "config_store.h"
+#include "converter_test.h"
 #include "pcl/font_metrics.h"
 
 namespace {

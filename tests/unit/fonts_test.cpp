@@ -47,12 +47,17 @@ TEST_F(Fonts, RejectedAndHostileValues)
         int32_t expected;
     };
     Clamp const clamps[] = {
-        {pcl_font_stroke, 9, &pcl_font::stroke, 7},           {pcl_font_stroke, -12, &pcl_font::stroke, -7},
-        {pcl_font_stroke, 1e308, &pcl_font::stroke, 7},       {pcl_font_stroke, -1e308, &pcl_font::stroke, -7},
-        {pcl_font_style, -1, &pcl_font::style, 1},            {pcl_font_style, 40000, &pcl_font::style, 32767},
-        {pcl_font_style, -1e308, &pcl_font::style, 32767},    {pcl_font_typeface, 70000, &pcl_font::typeface, 65535},
+        {pcl_font_stroke, 9, &pcl_font::stroke, 7},
+        {pcl_font_stroke, -12, &pcl_font::stroke, -7},
+        {pcl_font_stroke, 1e308, &pcl_font::stroke, 7},
+        {pcl_font_stroke, -1e308, &pcl_font::stroke, -7},
+        {pcl_font_style, -1, &pcl_font::style, 1},
+        {pcl_font_style, 40000, &pcl_font::style, 32767},
+        {pcl_font_style, -1e308, &pcl_font::style, 32767},
+        {pcl_font_typeface, 70000, &pcl_font::typeface, 65535},
         {pcl_font_typeface, -2147483648.0, &pcl_font::typeface, 65535},
-        {pcl_font_typeface, std::nan(""), &pcl_font::typeface, 0}, {pcl_font_spacing, 1.9, &pcl_font::spacing, 1},
+        {pcl_font_typeface, std::nan(""), &pcl_font::typeface, 0},
+        {pcl_font_spacing, 1.9, &pcl_font::spacing, 1},
     };
     for (Clamp const& c : clamps) {
         c.set(c.value);

@@ -13,8 +13,8 @@
 #include "ghostscript.h"
 #include "pcl/ps/resources.h"
 #include "pcl/ps/writer.h"
-#include "run_mode.h"
 #include "reset.h"
+#include "run_mode.h"
 #include "test_support.h"
 
 namespace {
@@ -59,10 +59,11 @@ TEST_F(GsCommand, OptionsPerModeAndFromTheConfiguration)
     // -G options first, then the mode's item, paper size and general options.
     EXPECT_EQ(setup(0, "/dev/lp0", "-dG"),
               own + " -dG -r300 -sPAPERSIZE=a4 -dFIXEDMEDIA -dSAFER -sOutputFile=\"/dev/lp0\" -_");
-    EXPECT_EQ(setup(1, nullptr, "-dG"),
-              own + " -sDEVICE=pdfwrite -dG -dPdf -sPAPERSIZE=a4 -dFIXEDMEDIA -dSAFER -sOutputFile=\"-\" -_");
+    EXPECT_EQ(setup(1, nullptr, "-dG"), own + " -sDEVICE=pdfwrite -dG -dPdf -sPAPERSIZE=a4 "
+                                              "-dFIXEDMEDIA -dSAFER -sOutputFile=\"-\" -_");
     EXPECT_EQ(setup(2, nullptr, nullptr),
-              own + " --permit-file-read=\"/res/sRGB.icc\" -sDEVICE=pdfwrite -dPDFA=1 -dOwn -sPAPERSIZE=a4 -dFIXEDMEDIA -dSAFER -sOutputFile=\"-\" -_");
+              own + " --permit-file-read=\"/res/sRGB.icc\" -sDEVICE=pdfwrite -dPDFA=1 -dOwn "
+                    "-sPAPERSIZE=a4 -dFIXEDMEDIA -dSAFER -sOutputFile=\"-\" -_");
     EXPECT_STREQ(getenv("GS_FONTPATH"), "/fonts");
     verbose = 1;
     std::string const trace = capture_stderr([] { gs_setup(1, nullptr, nullptr); });
@@ -88,8 +89,9 @@ TEST_F(GsCommand, HostileNamesArriveAsOneLiteralArgument)
 {
     TempDir dir;
     std::string const evil = "a b\"q'$(touch PWNED1)`touch PWNED2`;touch PWNED3\n$HOME\\x";
-    std::string const exe = dir.write(evil + "/gs", "#!/bin/sh\nprintf '%s\\0' \"$@\" > \"$GS_RECORD/args\"\n"
-                                                    "cat > \"$GS_RECORD/stdin\"\n");
+    std::string const exe =
+        dir.write(evil + "/gs", "#!/bin/sh\nprintf '%s\\0' \"$@\" > \"$GS_RECORD/args\"\n"
+                                "cat > \"$GS_RECORD/stdin\"\n");
     chmod(exe.c_str(), 0755);
     setenv("GS_RECORD", dir.path().c_str(), 1);
     config_add_value("CONFIG", "GS", exe.c_str());
@@ -108,8 +110,8 @@ TEST_F(GsCommand, HostileNamesArriveAsOneLiteralArgument)
     unsetenv("GS_RECORD");
 
     std::string const args = read_file(dir.path() + "/args");
-    EXPECT_EQ(args, std::string("-q\0-dNOPAUSE\0-dBATCH\0-dSAFER\0-sDEVICE=pdfwrite\0", 47) + "-sOutputFile=" + out +
-                        std::string("\0-_\0", 4));
+    EXPECT_EQ(args, std::string("-q\0-dNOPAUSE\0-dBATCH\0-dSAFER\0-sDEVICE=pdfwrite\0", 47) +
+                        "-sOutputFile=" + out + std::string("\0-_\0", 4));
     EXPECT_EQ(read_file(dir.path() + "/stdin"), "%!PS\nshowpage\n");
     for (char const* f : {"/PWNED1", "/PWNED2", "/PWNED3"})
         EXPECT_NE(access((dir.path() + f).c_str(), F_OK), 0) << f << " was created";

@@ -50,21 +50,46 @@ TEST_F(GlyphMap, LookupsPerEncoding)
         char const* hit;
     } const cases[] = {
         // Text fonts: Latin-1 by code, the rest by name.
-        {0x41, 0, "A/65"}, {0xe9, 0, "eacute/233"}, {0x27, 0, "quotesingle/39"}, {0x60, 0, "grave/96"},
-        {0xad, 0, "sfthyphen/173"}, {0xb5, 0, "mu/181"}, {0xff, 0, "ydieresis/255"},
-        {0x2022, 0, "bullet/0"}, {0x0410, 0, "afii10017/0"}, {0x03bc, 0, "mugreek/0"},
-        {0x0162, 0, "Tcedilla/0"}, {0x0218, 0, "Scommaaccent/0"}, {0x2126, 0, "Omega/0"},
-        {0x03a9, 0, "Omega/0"}, {0x2215, 0, "divisionslash/0"}, {0x2500, 0, "SF100000/0"},
-        {0x20ac, 0, "Euro/0"}, {0x02c9, 0, "macron/0"}, {0xf002, 0, "fl/0"}, {0x01f8, 0, "uni01F8/0"},
+        {0x41, 0, "A/65"},
+        {0xe9, 0, "eacute/233"},
+        {0x27, 0, "quotesingle/39"},
+        {0x60, 0, "grave/96"},
+        {0xad, 0, "sfthyphen/173"},
+        {0xb5, 0, "mu/181"},
+        {0xff, 0, "ydieresis/255"},
+        {0x2022, 0, "bullet/0"},
+        {0x0410, 0, "afii10017/0"},
+        {0x03bc, 0, "mugreek/0"},
+        {0x0162, 0, "Tcedilla/0"},
+        {0x0218, 0, "Scommaaccent/0"},
+        {0x2126, 0, "Omega/0"},
+        {0x03a9, 0, "Omega/0"},
+        {0x2215, 0, "divisionslash/0"},
+        {0x2500, 0, "SF100000/0"},
+        {0x20ac, 0, "Euro/0"},
+        {0x02c9, 0, "macron/0"},
+        {0xf002, 0, "fl/0"},
+        {0x01f8, 0, "uni01F8/0"},
         // Symbol (1) and dingbats (2) by code only.
-        {0x03b1, 1, "(null)/97"}, {0x2126, 1, "(null)/87"}, {0x03a9, 1, "(null)/87"},
-        {0x20ac, 1, "(null)/160"}, {0x03bc, 1, "(null)/109"}, {0xf8fe, 1, "(null)/254"},
-        {0x2701, 2, "(null)/33"}, {0x2460, 2, "(null)/172"}, {0x27be, 2, "(null)/254"},
+        {0x03b1, 1, "(null)/97"},
+        {0x2126, 1, "(null)/87"},
+        {0x03a9, 1, "(null)/87"},
+        {0x20ac, 1, "(null)/160"},
+        {0x03bc, 1, "(null)/109"},
+        {0xf8fe, 1, "(null)/254"},
+        {0x2701, 2, "(null)/33"},
+        {0x2460, 2, "(null)/172"},
+        {0x27be, 2, "(null)/254"},
         // Control and C1 codes and the no-break space show as the space.
-        {0x00, 0, "space/32"}, {0x85, 0, "space/32"}, {0xa0, 0, "space/32"},
-        {0x1f, 1, "(null)/32"}, {0x9f, 2, "(null)/32"},
+        {0x00, 0, "space/32"},
+        {0x85, 0, "space/32"},
+        {0xa0, 0, "space/32"},
+        {0x1f, 1, "(null)/32"},
+        {0x9f, 2, "(null)/32"},
         // Unmapped, or a text-font name through another encoding.
-        {0x03b1, 2, ".notdef/0"}, {0x4e00, 0, ".notdef/0"}, {0x0410, 1, ".notdef/0"},
+        {0x03b1, 2, ".notdef/0"},
+        {0x4e00, 0, ".notdef/0"},
+        {0x0410, 1, ".notdef/0"},
     };
     for (auto const& c : cases)
         EXPECT_EQ(lookup(c.code, c.enc), c.hit) << std::hex << c.code << " enc " << c.enc;
@@ -104,7 +129,8 @@ bool text_font_carries(std::string const& name)
 // font-specific sets), Arabic and its joiners and marks, and a few signs.
 bool without_standard_glyph(unsigned cp)
 {
-    return (cp >= 0xE000 && cp <= 0xF8FF) || (cp >= 0x0600 && cp <= 0x06FF) || (cp >= 0x200C && cp <= 0x200F);
+    return (cp >= 0xE000 && cp <= 0xF8FF) || (cp >= 0x0600 && cp <= 0x06FF) ||
+           (cp >= 0x200C && cp <= 0x200F);
 }
 
 // Every character of every supported symbol set reaches a glyph that the
@@ -143,7 +169,8 @@ TEST_F(GlyphMap, EverySymbolSetCharacterHasAGlyphOfItsFont)
                 found = metrics->by_name[i] != AFM_NONE;
             if (!found && !without_standard_glyph(cp)) {
                 char text[64];
-                std::snprintf(text, sizeof text, "%d%c 0x%02X U+%04X", set / 32, set % 32 + 64, ch, cp);
+                std::snprintf(text, sizeof text, "%d%c 0x%02X U+%04X", set / 32, set % 32 + 64, ch,
+                              cp);
                 missing.push_back(text);
             }
         }

@@ -108,7 +108,8 @@ TEST(GlyphNamesInGhostscript, NamesAreTheOnesTheFontsCarry)
     std::set<std::string> const fixed{"8704 uni2200", "8746 uni222A"};
     for (auto const& [font, rows] : listed)
         for (auto const& r : rows)
-            EXPECT_TRUE(fixed.count(r)) << font << " has a glyph for " << r << " under another name";
+            EXPECT_TRUE(fixed.count(r))
+                << font << " has a glyph for " << r << " under another name";
     // The other missing rows are code points the fonts have no glyph for
     // (most of Latin Extended-B and Additional, many symbols; they show
     // .notdef), or have only as "uniXXXX" where the glyph list knows a

@@ -16,7 +16,8 @@
 namespace {
 
 constexpr char LIBRARY[] = "/usr/share/libpostscriptbarcode/barcode.ps";
-constexpr char LETTER[] = "\x1b" "E\x1b&l2A";  // reset, Letter paper
+constexpr char LETTER[] = "\x1b"
+                          "E\x1b&l2A";  // reset, Letter paper
 
 // A rendered page (binary PGM at 50 dpi); dark() is the share of dark
 // pixels in a rectangle given in points from the top-left corner.
@@ -47,8 +48,9 @@ protected:
         EXPECT_EQ(r.status, 0) << r.err;
         ps = r.out;
         dir.write("job.ps", ps);
-        std::string cmd = "cd '" + dir.path() + "' && gs -q -dSAFER -dBATCH -dNOPAUSE -sPAPERSIZE=letter " +
-                          "-dFIXEDMEDIA -sDEVICE=pgmraw -r50 -sOutputFile=p%d.pgm job.ps >gs.log 2>&1";
+        std::string cmd =
+            "cd '" + dir.path() + "' && gs -q -dSAFER -dBATCH -dNOPAUSE -sPAPERSIZE=letter " +
+            "-dFIXEDMEDIA -sDEVICE=pgmraw -r50 -sOutputFile=p%d.pgm job.ps >gs.log 2>&1";
         int status = std::system(cmd.c_str());
         *log = read_file(dir.path() + "/gs.log");
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << *log;
@@ -102,7 +104,8 @@ TEST_F(RenderTest, LetterheadOnFirstPageAndStampOnEvery)
     std::string cfg = "[TRAY1]\nEPS.FILE=" + head + "\nALIGN=0\nONPAGE=1\nEPS.FILE=" + stamp +
                       "\nALIGN=3\nXOFS=-200\nYOFS=-100\n";
     std::string log;
-    auto pages = render(cfg, std::string(LETTER) + "\x1b&l1H\x1b*p900x1200Yone\f\x1b*p900x1200Ytwo\f", &log);
+    auto pages =
+        render(cfg, std::string(LETTER) + "\x1b&l1H\x1b*p900x1200Yone\f\x1b*p900x1200Ytwo\f", &log);
     ASSERT_EQ(pages.size(), 2u) << log;
     EXPECT_EQ(log, "");
     EXPECT_GT(pages[0].dark(4, 4, 196, 46), 0.95);  // 200 x 50 at the top left, page 1 only
@@ -120,7 +123,8 @@ TEST_F(RenderTest, RasterImageLandsAtTheCursorAndTheDocumentGoesOn)
     // row of 64 black dots and 14 duplicates (61.44 x 14.4 points); then a
     // 1 x 0.5 inch rule further down, drawn only if the interpreter read the
     // inline image data to its end.
-    std::string const job = std::string(LETTER) + "\x1b*t75R\x1b*p300x300Y\x1b*r1A\x1b*b5M\x1b*b8W" +
+    std::string const job = std::string(LETTER) +
+                            "\x1b*t75R\x1b*p300x300Y\x1b*r1A\x1b*b5M\x1b*b8W" +
                             std::string("\x02\x00\x02\xf9\xff\x05\x00\x0e", 8) +
                             "\x1b*rB\x1b*p300x900Y\x1b*c300a150b0P";
     std::string log;

@@ -6,8 +6,8 @@
 
 #include "pcl/environment.h"
 #include "pcl/input.h"
-#include "run_mode.h"
 #include "reset.h"
+#include "run_mode.h"
 #include "test_support.h"
 
 namespace {
@@ -45,16 +45,27 @@ TEST_F(Input, Decoding)
         EXPECT_EQ(decode("a\xC3\xA9z", method), (V{'a', 0xE9, 'z'}));
         EXPECT_EQ(decode("\xE2\x82\xAC", method), (V{0x20AC}));
         // Lead bytes without payload bits and stray continuation bytes.
-        EXPECT_EQ(decode("\xC0\x80" "\xE0\xA0\x80" "\x80", method), (V{'?', '?', '?'}));
+        EXPECT_EQ(decode("\xC0\x80"
+                         "\xE0\xA0\x80"
+                         "\x80",
+                         method),
+                  (V{'?', '?', '?'}));
         // Four-byte forms are not decoded: one '?' per byte.
         EXPECT_EQ(decode("\xF0\x9F\x98\x80", method), (V{'?', '?', '?', '?'}));
         // A bad continuation byte is consumed with the sequence.
-        EXPECT_EQ(decode("\xC3" "AB", method), (V{'?', 'B'}));
-        EXPECT_EQ(decode("\xE2\x82" "AB", method), (V{'?', 'B'}));
+        EXPECT_EQ(decode("\xC3"
+                         "AB",
+                         method),
+                  (V{'?', 'B'}));
+        EXPECT_EQ(decode("\xE2\x82"
+                         "AB",
+                         method),
+                  (V{'?', 'B'}));
         EXPECT_EQ(decode("x\xE2\x82", method), (V{'x', '?'}));  // truncated at end of input
     }
     for (int method : {0, 1, 21})
-        EXPECT_EQ(decode(std::string("\xC3\xA9\x80\xFF\x00", 5), method), (V{0xC3, 0xA9, 0x80, 0xFF, 0}));
+        EXPECT_EQ(decode(std::string("\xC3\xA9\x80\xFF\x00", 5), method),
+                  (V{0xC3, 0xA9, 0x80, 0xFF, 0}));
 }
 
 TEST_F(Input, LookAheadComesFirstAndTracesShowWhatWasRead)
@@ -78,7 +89,9 @@ TEST_F(Input, LookAheadComesFirstAndTracesShowWhatWasRead)
     static size_t pos;
     replay = "hi";
     pos = 0;
-    getchar_func = [] { return pos < replay.size() ? static_cast<unsigned char>(replay[pos++]) : -1; };
+    getchar_func = [] {
+        return pos < replay.size() ? static_cast<unsigned char>(replay[pos++]) : -1;
+    };
     EXPECT_EQ(drain(), "ch: h\nch: i\nch: EOF\n");
 }
 

@@ -30,7 +30,8 @@ TEST_F(MacroParse, MacrosEndingInTheirOwnCallAreBounded)
     // call each other; the file goes on after each and is read normally.
     std::string pcl = define(1, "\x0c"s + select(1) + ctl(2)) + select(1) + ctl(2) + "A";
     pcl += define(2, "y"s + select(2) + ctl(3)) + select(2) + ctl(3) + "B";
-    pcl += define(3, "z\r"s + select(4) + ctl(2)) + define(4, select(3) + ctl(3)) + select(3) + ctl(2) + "C";
+    pcl += define(3, "z\r"s + select(4) + ctl(2)) + define(4, select(3) + ctl(3)) + select(3) +
+           ctl(2) + "C";
     constexpr uint64_t base = 1 << 20;
     for (bool piped : {false, true}) {
         reset_converter();
@@ -88,15 +89,15 @@ TEST_F(MacroParse, OverlayCutInsideASequenceEndsItsLoopOnce)
         int replay_method;
     };
     Cut const cuts[] = {
-        {"ov"s + E + "&a5", 0, 0},                  // inside a parameterized sequence
-        {"ov"s + E + "&a5c", 0, 0},                 // after a lower-case group
-        {"ov\xC3"s + E, 83, 0},                     // right after ESC
-        {"ov\xC3"s + E + "(8", 83, 0},              // inside a symbol-set form
-        {"ov\xC3"s + E + "%-123", 83, 0},           // inside a mode form
-        {"ov\xC3"s + E + "&p10Xab", 83, 0},         // inside transparent data
-        {"ov\xC3"s + E + "*b9Wab", 83, 0},          // inside skipped data
-        {"ov\xC3"s, 0, 83},                         // inside a UTF-8 sequence
-        {"ov"s + E + "&f2Y" + E + "&f3X", 0, 0},    // calling a macro that is cut
+        {"ov"s + E + "&a5", 0, 0},  // inside a parameterized sequence
+        {"ov"s + E + "&a5c", 0, 0},  // after a lower-case group
+        {"ov\xC3"s + E, 83, 0},  // right after ESC
+        {"ov\xC3"s + E + "(8", 83, 0},  // inside a symbol-set form
+        {"ov\xC3"s + E + "%-123", 83, 0},  // inside a mode form
+        {"ov\xC3"s + E + "&p10Xab", 83, 0},  // inside transparent data
+        {"ov\xC3"s + E + "*b9Wab", 83, 0},  // inside skipped data
+        {"ov\xC3"s, 0, 83},  // inside a UTF-8 sequence
+        {"ov"s + E + "&f2Y" + E + "&f3X", 0, 0},  // calling a macro that is cut
     };
     for (Cut const& cut : cuts) {
         SCOPED_TRACE(cut.body);

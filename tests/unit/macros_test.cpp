@@ -53,7 +53,8 @@ TEST_F(Macros, SizeLimitDeletesTheMacroOnce)
     ASSERT_NE(mac_get_byid(1), nullptr);
 
     verbose = 1;
-    EXPECT_EQ(capture_stdout([] { define(2, std::string(MAC_MAX_SIZE + 3000, 'b')); }), "memory allocation exceeds limit for macro 2 (1049600 bytes)\n");
+    EXPECT_EQ(capture_stdout([] { define(2, std::string(MAC_MAX_SIZE + 3000, 'b')); }),
+              "memory allocation exceeds limit for macro 2 (1049600 bytes)\n");
     EXPECT_EQ(mac_get_byid(2), nullptr);
     EXPECT_EQ(cur_macro, nullptr);
 }
@@ -63,8 +64,12 @@ TEST_F(Macros, IdsOutsideThePclRangeNameNoMacro)
     define(0, "a");
     define(MAC_ID_MAX, "b");
     verbose = 1;
-    EXPECT_EQ(capture_stdout([] { define(MAC_ID_MAX + 1, "c"); define(-1, "d"); }),
-              "macro 32768: ID outside 0..32767, not stored\nmacro -1: ID outside 0..32767, not stored\n");
+    EXPECT_EQ(capture_stdout([] {
+                  define(MAC_ID_MAX + 1, "c");
+                  define(-1, "d");
+              }),
+              "macro 32768: ID outside 0..32767, not stored\nmacro -1: ID outside 0..32767, not "
+              "stored\n");
     EXPECT_EQ(capture_stdout([] { mac_call(-1, MAC_EXECUTE); }), "macro -1 does not exist\n");
     EXPECT_EQ((std::array{body(0), body(MAC_ID_MAX)}), (std::array<std::string, 2>{"a", "b"}));
     EXPECT_EQ(mac_get_byid(MAC_ID_MAX + 1), nullptr);
@@ -99,7 +104,8 @@ TEST_F(Macros, CallRestoresEnvironmentAndFontsButNotThePage)
     EXPECT_EQ(read(1), "#");
     // A font changed inside gets a serial never seen before.
     EXPECT_EQ(font[0].pitch, 10);
-    EXPECT_EQ((std::array{mac_nesting, env.cur_x, env.page_serial, env.page_dirty, env.font_serial, env.pos_changed}),
+    EXPECT_EQ((std::array{mac_nesting, env.cur_x, env.page_serial, env.page_dirty, env.font_serial,
+                          env.pos_changed}),
               (std::array{0, 200, 3, 1, 7, 1}));
     ASSERT_NE(mac_call(1, MAC_CALL), nullptr);  // a call that changes no font keeps the serial
     read(3);

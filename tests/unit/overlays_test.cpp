@@ -75,9 +75,17 @@ TEST_F(OverlayTest, GroupSettingsSnippetsAndMissingFiles)
 {
     // XOFS before any group is replaced when the group opens; 15 units are
     // 1 point by integer division.
-    items({{"XOFS", "999"}, {"EPS.FILE", eps}, {"XOFS", "15"}, {"YOFS", "-15"}, {"ALIGN", "2"},
-           {"EPS.FILE", eps}, {"XOFS", "-15"}, {"SCALE", "50"}, {"ALIGN", "3"},
-           {"EPS.FILE", eps}, {"XOFS", "99999999999999999999"}});
+    items({{"XOFS", "999"},
+           {"EPS.FILE", eps},
+           {"XOFS", "15"},
+           {"YOFS", "-15"},
+           {"ALIGN", "2"},
+           {"EPS.FILE", eps},
+           {"XOFS", "-15"},
+           {"SCALE", "50"},
+           {"ALIGN", "3"},
+           {"EPS.FILE", eps},
+           {"XOFS", "99999999999999999999"}});
     std::string text = on_page(1);
     EXPECT_NE(text.find("\n1 1 translate\n"), std::string::npos) << text;
     EXPECT_NE(text.find("\n561 -0 translate 0.5 0.5 scale\n"), std::string::npos) << text;
@@ -85,12 +93,17 @@ TEST_F(OverlayTest, GroupSettingsSnippetsAndMissingFiles)
     EXPECT_NE(text.find("\n1e+07 742 translate\n"), std::string::npos) << text;
 
     std::string missing = dir.path() + "/none.eps";
-    items({{"EPS.FILE", missing}, {"ONPAGE", "2"}, {"PS", "1 0 0 setrgbcolor"}, {"OTHER", "ignored"},
+    items({{"EPS.FILE", missing},
+           {"ONPAGE", "2"},
+           {"PS", "1 0 0 setrgbcolor"},
+           {"OTHER", "ignored"},
            {"EPS.FILE", eps}});
     // The snippet stands among the first group's settings, so it precedes that group's file.
     std::string const snippet = "% --BEGIN PS\nsave\n1 0 0 setrgbcolor\nrestore\n% --END PS\n";
-    std::string const logo = "% --BEGIN EPS FILE " + eps + "\nsave\n/showpage {} def\n/setpagedevice /pop load def\n" +
+    std::string const logo = "% --BEGIN EPS FILE " + eps +
+                             "\nsave\n/showpage {} def\n/setpagedevice /pop load def\n" +
                              "0 742 translate\n%!PS\nlogo\nrestore\n% --END EPS FILE\n";
     EXPECT_EQ(on_page(1), snippet + logo);
-    EXPECT_EQ(on_page(2), snippet + "% --BEGIN EPS FILE " + missing + "\n% --END EPS FILE\n" + logo);
+    EXPECT_EQ(on_page(2),
+              snippet + "% --BEGIN EPS FILE " + missing + "\n% --END EPS FILE\n" + logo);
 }

@@ -166,7 +166,8 @@ TEST(RasterDecode, InputBlocksAcrossTheBufferDecodeWhole)
             wide[i + k] = static_cast<uint8_t>(i + k);
             pcl += static_cast<char>(wide[i + k]);
         }
-        std::fill(wide.begin() + static_cast<ptrdiff_t>(i + 50), wide.begin() + static_cast<ptrdiff_t>(i + 100), 0xAB);
+        std::fill(wide.begin() + static_cast<ptrdiff_t>(i + 50),
+                  wide.begin() + static_cast<ptrdiff_t>(i + 100), 0xAB);
         pcl += static_cast<char>(257 - 50);
         pcl += '\xAB';
     }

@@ -17,7 +17,8 @@ std::string adaptive_block(std::string const& entry, int dups)
 {
     std::string const dup = "\x05"s + static_cast<char>(dups >> 8) + static_cast<char>(dups & 0xff);
     std::string const data = entry + dup;
-    return E + "*p0Y" + E + "*r1A" + E + "*b5M" + E + "*b" + std::to_string(data.size()) + "W" + data + E + "*rB";
+    return E + "*p0Y" + E + "*r1A" + E + "*b5M" + E + "*b" + std::to_string(data.size()) + "W" +
+           data + E + "*rB";
 }
 
 // A run-length row of 256 black bytes.

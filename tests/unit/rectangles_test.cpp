@@ -16,7 +16,8 @@ TEST_F(Rectangles, ColoursAndPalettes)
     // Black-and-white palette, then the eight-colour one; odd values are
     // odd in two's complement too. The palette stack is traced in the
     // env_settings golden case.
-    int const colours[][3] = {{1, 0, 0xFFFFFF}, {1, -1, 0}, {3, 2, 0x00FF00}, {3, 9, 0xFF0000}, {3, -2, 0x00FFFF}};
+    int const colours[][3] = {
+        {1, 0, 0xFFFFFF}, {1, -1, 0}, {3, 2, 0x00FF00}, {3, 9, 0xFF0000}, {3, -2, 0x00FFFF}};
     for (auto const& c : colours) {
         pcl_simple_color(c[0]);
         pcl_foreground_color(c[1]);

@@ -10,8 +10,8 @@
 #include "pcl/command_table.h"
 #include "pcl/environment.h"
 #include "pcl/fonts.h"
-#include "pcl/macros.h"
 #include "pcl/glyph_map.h"
+#include "pcl/macros.h"
 #include "pcl/ps/document.h"
 #include "pcl/text_loop.h"
 #include "run_mode.h"
@@ -52,7 +52,7 @@ TEST(Reset, ARunAfterTheResetMatchesARunFromStartUp)
     tarvo_reset();
     config_add_value("CONFIG", "BCOMPAT", "4");
     convert("\x1b&f5Y\x1b&f0XSTALE\x1b&f1X\x1b&f10X\x1b*c7D\x1b*c6F\x1b*c5F\x1b(s16.67H" + job +
-                                      "\x1b&f6Y\x1b&f0Xopen");
+            "\x1b&f6Y\x1b&f0Xopen");
     ASSERT_NE(mac_get_byid(5), nullptr);
     ASSERT_EQ(font_list.size(), 1u);
 

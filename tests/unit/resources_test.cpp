@@ -41,14 +41,16 @@ TEST_F(Resources, HeaderTitleIsDroppedOnlyAmongLeadingComments)
 {
     config_add_value("CONFIG", "PS.INCLUDE", dir.path().c_str());
     dir.write("r.ps", "%!PS\n%%Title: x\n%%Creator: y\n/a 1 def\n%%Title: later\nend");
-    EXPECT_EQ(run(ps_include_resource, "r"),
-              "%%BeginResource: r\n%!PS\n%%Creator: y\n/a 1 def\n%%Title: later\nend%%EndResource\n");
+    EXPECT_EQ(
+        run(ps_include_resource, "r"),
+        "%%BeginResource: r\n%!PS\n%%Creator: y\n/a 1 def\n%%Title: later\nend%%EndResource\n");
     // A title longer than the line buffer is dropped whole, a long comment is
     // kept whole, bytes after a NUL survive.
     std::string const long_comment = "%" + std::string(20000, 'c') + "\n";
     std::string const body("x\0y\n", 4);
     dir.write("long.ps", "%%Title: " + std::string(20000, 't') + "\n" + long_comment + body);
-    EXPECT_EQ(run(ps_include_resource, "long"), "%%BeginResource: long\n" + long_comment + body + "%%EndResource\n");
+    EXPECT_EQ(run(ps_include_resource, "long"),
+              "%%BeginResource: long\n" + long_comment + body + "%%EndResource\n");
     // The barcode library is not wrapped.
     dir.write("barcode.ps", "%!PS\n%%Title: lib\n/bwipp 1 def\n");
     EXPECT_EQ(run(ps_include_resource, "barcode"), "%!PS\n/bwipp 1 def\n");
@@ -67,7 +69,8 @@ TEST_F(Resources, MissingAndOverlongPaths)
     run(ps_include_resource, fits.c_str());
     EXPECT_EQ(err, base + fits + ".ps: No such file or directory\n");
     std::string const too_long = fits + "n";
-    EXPECT_EQ(run(ps_include_resource, too_long.c_str()), "%%BeginResource: " + too_long + "\n%%EndResource\n");
+    EXPECT_EQ(run(ps_include_resource, too_long.c_str()),
+              "%%BeginResource: " + too_long + "\n%%EndResource\n");
     EXPECT_EQ(err, base + too_long + ".ps: File name too long\n");
 }
 
@@ -92,14 +95,16 @@ TEST_F(Resources, PdfaBlockBuiltInOrReplaced)
                           0),
               0u);
     EXPECT_TRUE(block.ends_with("\n%%EndResource\n"));
-    for (char const* part : {"[{icc_PDFA} ICCProfile (r) file /PUT pdfmark\n", "/S /GTS_PDFA1\n",
-                             "/DestOutputProfile {icc_PDFA}\n",
-                             "[{Catalog} <</OutputIntents [ {OutputIntent_PDFA} ]>> /PUT pdfmark\n"})
+    for (char const* part :
+         {"[{icc_PDFA} ICCProfile (r) file /PUT pdfmark\n", "/S /GTS_PDFA1\n",
+          "/DestOutputProfile {icc_PDFA}\n",
+          "[{Catalog} <</OutputIntents [ {OutputIntent_PDFA} ]>> /PUT pdfmark\n"})
         EXPECT_EQ(count(block, part), 1u) << part;
     // Each object is declared before it is used, and each pdfmark has its
     // own mark at the start of a line.
     for (char const* object : {"{icc_PDFA}", "{OutputIntent_PDFA}"})
-        EXPECT_EQ(block.find(object), block.find(std::string("[/_objdef ") + object) + 10) << object;
+        EXPECT_EQ(block.find(object), block.find(std::string("[/_objdef ") + object) + 10)
+            << object;
     EXPECT_EQ(count(block, "pdfmark"), count(block, "\n["));
     // The profile from the share directory; path and title are PostScript
     // strings whatever they hold.
@@ -112,7 +117,8 @@ TEST_F(Resources, PdfaBlockBuiltInOrReplaced)
 
     std::string const def = dir.write("pdfa.ps", "%%Title: kept\n/custom true def\n");
     config_add_value("CONFIG", "PS.PDFA_DEF", def.c_str());
-    EXPECT_EQ(run_pdfa(), "\n%%BeginResource: " + def + "\n%%Title: kept\n/custom true def\n%%EndResource\n");
+    EXPECT_EQ(run_pdfa(),
+              "\n%%BeginResource: " + def + "\n%%Title: kept\n/custom true def\n%%EndResource\n");
     config_clear();
     std::string const missing = dir.path() + "/missing.ps";
     config_add_value("CONFIG", "PS.PDFA_DEF", missing.c_str());

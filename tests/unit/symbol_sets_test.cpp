@@ -24,7 +24,6 @@ std::vector<int> supported_sets()
     return {all.begin(), all.end()};
 }
 
-
 TEST(SymbolSets, ConversionAndReports)
 {
     // Line drawing folds the high half onto the low half.
@@ -40,15 +39,19 @@ TEST(SymbolSets, ConversionAndReports)
         int result;
     };
     Report const reports[] = {
-        {S_3N, 0xA5, "unmapped: 00a5\n", 0xBF},   {S_5M, 0xFF, "unmapped: 00ff\n", 0xBF},
-        {S_0N, 0x8140, "invalid: 8140\n", 0xA1},  {S_18N, 0x10000, "invalid: 10000\n", 0xA1},
-        {symset_code(7, 'Q'), 0x41, "invalid: 0041\n", 0xA1}, {S_18N, -1, "invalid: ffffffff\n", 0xA1},
+        {S_3N, 0xA5, "unmapped: 00a5\n", 0xBF},
+        {S_5M, 0xFF, "unmapped: 00ff\n", 0xBF},
+        {S_0N, 0x8140, "invalid: 8140\n", 0xA1},
+        {S_18N, 0x10000, "invalid: 10000\n", 0xA1},
+        {symset_code(7, 'Q'), 0x41, "invalid: 0041\n", 0xA1},
+        {S_18N, -1, "invalid: ffffffff\n", 0xA1},
     };
     for (int level : {1, 0}) {
         verbose = level;
         for (Report const& rep : reports) {
             int r = 0;
-            EXPECT_EQ(capture_stderr([&] { r = cv_symset(rep.set, rep.ch); }), level ? rep.err : "");
+            EXPECT_EQ(capture_stderr([&] { r = cv_symset(rep.set, rep.ch); }),
+                      level ? rep.err : "");
             EXPECT_EQ(r, rep.result);
         }
     }
@@ -61,7 +64,10 @@ TEST(SymbolSets, EveryByteOfEverySetConverts)
 {
     std::map<int, std::set<int>> const holes = {
         {110, {0xA5, 0xAE, 0xBE, 0xC3, 0xD0, 0xE3, 0xF0}},
-        {149, {0xFF}}, {277, {0xFF}}, {173, {0xFF}}, {621, {0xFF}},
+        {149, {0xFF}},
+        {277, {0xFF}},
+        {173, {0xFF}},
+        {621, {0xFF}},
     };
     std::map<int, std::set<int>> published_holes;
     for (int i = 0; i < symset_table_count; ++i)
@@ -99,10 +105,9 @@ TEST(SymbolSets, EveryByteOfEverySetConverts)
 TEST(SymbolSets, NordicVariantDiffersFromCodePage437InFifteenPlaces)
 {
     std::map<int, int> const expected = {
-        {0x9B, 0x00F8}, {0x9D, 0x00D8}, {0xAF, 0x00A4},
-        {0x9E, 0x013F}, {0x9F, 0x0140}, {0xA6, 0x00F5}, {0xA7, 0x00D5},
-        {0xA9, 0x00E3}, {0xAA, 0x00C3}, {0xAB, 0x2113}, {0xAC, 0x0149},
-        {0xAE, 0x00B3}, {0xE4, 0x2211}, {0xEA, 0x2126}, {0xFA, 0x2219},
+        {0x9B, 0x00F8}, {0x9D, 0x00D8}, {0xAF, 0x00A4}, {0x9E, 0x013F}, {0x9F, 0x0140},
+        {0xA6, 0x00F5}, {0xA7, 0x00D5}, {0xA9, 0x00E3}, {0xAA, 0x00C3}, {0xAB, 0x2113},
+        {0xAC, 0x0149}, {0xAE, 0x00B3}, {0xE4, 0x2211}, {0xEA, 0x2126}, {0xFA, 0x2219},
     };
     for (int c = 0; c < 256; ++c) {
         auto const e = expected.find(c);

@@ -27,7 +27,8 @@ TEST(TextBuffer, RunKeepsItsStartSplitsWhenFullAndReportsHoles)
               }),
               "");
     EXPECT_EQ(c_buf_ul, 2);
-    EXPECT_EQ(capture_stdout([] { cbuf_add('y'); }), "Char (1024) \"" + std::string(CBUF_SIZE, 'x') + "\"\n");
+    EXPECT_EQ(capture_stdout([] { cbuf_add('y'); }),
+              "Char (1024) \"" + std::string(CBUF_SIZE, 'x') + "\"\n");
     EXPECT_EQ(c_buf_len, 1);
     EXPECT_EQ(c_buf_curX, 500 + CBUF_SIZE * 7200);
     EXPECT_EQ(env.cur_x, 500 + (CBUF_SIZE + 1) * 7200);
@@ -38,7 +39,13 @@ TEST(TextBuffer, RunKeepsItsStartSplitsWhenFullAndReportsHoles)
 
     // ISO 8859-3 has a hole at 0xA5; each occurrence is reported when analysing.
     font[0].symset = 110;
-    EXPECT_EQ(capture_stderr([] { capture_stdout([] { cbuf_add(0xA5); cbuf_add(0xA5); cbuf_flush(1); }); }),
+    EXPECT_EQ(capture_stderr([] {
+                  capture_stdout([] {
+                      cbuf_add(0xA5);
+                      cbuf_add(0xA5);
+                      cbuf_flush(1);
+                  });
+              }),
               "unmapped: 00a5\nunmapped: 00a5\n");
     verbose = 0;
     EXPECT_EQ(capture_stderr([] { cbuf_add(0xA5); }), "");

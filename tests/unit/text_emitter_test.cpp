@@ -47,7 +47,8 @@ TEST(TextEmitter, FullRunsMatchASimpleModel)
 
     // Every alignment of plain text against escapes, octal codes, control
     // code points and named glyphs.
-    std::u16string const pieces[] = {u"(", u")", u"\\", u"\u00e9", u"\u2022", u"\u0085", u"~", u"\u007f", u" ", u"\t"};
+    std::u16string const pieces[] = {u"(",      u")", u"\\",     u"\u00e9", u"\u2022",
+                                     u"\u0085", u"~", u"\u007f", u" ",      u"\t"};
     std::u16string text;
     for (int i = 0; text.size() < CBUF_SIZE; ++i) {
         text += std::u16string(static_cast<size_t>(i % 19), u'a' + static_cast<char16_t>(i % 26));

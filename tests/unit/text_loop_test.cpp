@@ -12,8 +12,8 @@
 #include "pcl/macros.h"
 #include "pcl/text_buffer.h"
 #include "pcl/text_loop.h"
-#include "run_mode.h"
 #include "reset.h"
+#include "run_mode.h"
 #include "test_support.h"
 
 namespace {
@@ -135,7 +135,8 @@ TEST_F(TextLoop, RunsSplitAtTheBufferTakeLookAheadFirstAndPauseInMacros)
     in_macro_definition = verbose = 1;
     pcl_env const before = env;
     EXPECT_EQ(run("AB\r\n\b\t\x0e\x0f"), "");
-    EXPECT_EQ(env.cur_x + env.cur_y + env.font_serial, before.cur_x + before.cur_y + before.font_serial);
+    EXPECT_EQ(env.cur_x + env.cur_y + env.font_serial,
+              before.cur_x + before.cur_y + before.font_serial);
 }
 
 }  // namespace

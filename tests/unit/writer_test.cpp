@@ -21,10 +21,7 @@ namespace {
 
 // What a number becomes before it is written: NaN is 0, the rest is held
 // to 1e7 in magnitude.
-double held(double v)
-{
-    return std::isnan(v) ? 0.0 : std::clamp(v, -1e7, 1e7);
-}
+double held(double v) { return std::isnan(v) ? 0.0 : std::clamp(v, -1e7, 1e7); }
 
 std::string printf_g(double v)
 {
@@ -44,10 +41,12 @@ TEST(Writer, NumbersAsPrintfG)
 {
     OutputCapture out;
     std::vector<double> values = {
-        0.0, -0.0, 1.0, -1.0, 0.75, -1.25, 18, 763.2, 612, 595.2, 841.68, 0.501961, 128 / 255.0, 0.79,
+        0.0, -0.0, 1.0, -1.0, 0.75, -1.25, 18, 763.2, 612, 595.2, 841.68, 0.501961, 128 / 255.0,
+        0.79,
         // the edges of plain notation and of rounding up to the next digit
-        1e-4, 9.99999e-5, 0.000099999951, 0.00009999995, 999999.4, 999999.5, 999999.49999, 1e6, 99999.95,
-        9.999995, 9.9999951, 0.1, 0.01, 0.001, 0.0999999999, 123456.5, 0.5, 2.5, 1234565, 12345.65,
+        1e-4, 9.99999e-5, 0.000099999951, 0.00009999995, 999999.4, 999999.5, 999999.49999, 1e6,
+        99999.95, 9.999995, 9.9999951, 0.1, 0.01, 0.001, 0.0999999999, 123456.5, 0.5, 2.5, 1234565,
+        12345.65,
         // the exponential range and the values that are no numbers
         1e-5, 1.5e-300, 1e300, -2.5e7, std::numeric_limits<double>::infinity(),
         -std::numeric_limits<double>::infinity(), std::numeric_limits<double>::denorm_min()};
@@ -60,7 +59,8 @@ TEST(Writer, NumbersAsPrintfG)
         double const mantissa = std::uniform_real_distribution<double>(-10, 10)(rng);
         values.push_back(mantissa * std::pow(10.0, static_cast<int>(rng() % 16) - 8));
         // six digits and a half, which lie next to a rounding tie
-        values.push_back((static_cast<double>(rng() % 900000 + 100000) + 0.5) * std::pow(10.0, -static_cast<int>(rng() % 10)));
+        values.push_back((static_cast<double>(rng() % 900000 + 100000) + 0.5) *
+                         std::pow(10.0, -static_cast<int>(rng() % 10)));
     }
     std::string expected, got;
     for (double v : values) {
@@ -74,7 +74,8 @@ TEST(Writer, NumbersAsPrintfG)
     EXPECT_EQ(written_num(out, std::nan("")), "0");
     EXPECT_EQ(written_num(out, -std::numeric_limits<double>::infinity()), "-1e+07");
     EXPECT_EQ(written_num(out, 1e308), "1e+07");
-    EXPECT_EQ((std::array{ps_point_size(0), ps_point_size(std::nan("")), ps_point_size(1e308), ps_point_size(12)}),
+    EXPECT_EQ((std::array{ps_point_size(0), ps_point_size(std::nan("")), ps_point_size(1e308),
+                          ps_point_size(12)}),
               (std::array{0.25, 0.25, 999.75, 12.0}));
 }
 
@@ -100,15 +101,17 @@ TEST(Writer, RectanglePathWritesEachSideAsPrintfWould)
     // the sign, zero, NaN, bound or rounding, they read as "%g" of -w, -h.
     double const nan = std::nan("");
     double const inf = std::numeric_limits<double>::infinity();
-    double const sides[] = {0.0, -0.0, 1.44, -1.44, 504, -504, 0.00012345, 999999.5, -999999.4, 1e7, 2e7,
-                            -1e308, 123456789, 0.1 + 0.2, 5e-5, nan, -nan, inf, -inf};
+    double const sides[] = {0.0,      -0.0,      1.44, -1.44, 504,    -504,      0.00012345,
+                            999999.5, -999999.4, 1e7,  2e7,   -1e308, 123456789, 0.1 + 0.2,
+                            5e-5,     nan,       -nan, inf,   -inf};
     auto g = [](double v) { return printf_g(held(v)); };
     for (double w : sides)
         for (double h : sides) {
             OutputCapture out;
             ps_put_rect_path(1, 2, w, h);
-            EXPECT_EQ(out.str(), "newpath\n1 2 moveto\n0 " + g(h) + " rlineto\n" + g(w) + " 0 rlineto\n0 " +
-                                     g(-h) + " rlineto\n" + g(-w) + " 0 rlineto\nclosepath\n")
+            EXPECT_EQ(out.str(), "newpath\n1 2 moveto\n0 " + g(h) + " rlineto\n" + g(w) +
+                                     " 0 rlineto\n0 " + g(-h) + " rlineto\n" + g(-w) +
+                                     " 0 rlineto\nclosepath\n")
                 << w << ' ' << h;
         }
 }

@@ -39,10 +39,7 @@ struct barcode_desc {
     std::string options;
 };
 
-bool is_blank(char c)
-{
-    return c == ' ' || c == '\t';
-}
+bool is_blank(char c) { return c == ' ' || c == '\t'; }
 
 bool starts_with(std::string_view s, std::string_view prefix)
 {

@@ -200,7 +200,8 @@ void put_feature(char const* feature, std::string_view request)
 void put_number_feature(char const* feature, char const* key, int32_t v)
 {
     std::string const n = std::to_string(v);
-    put_feature((std::string(feature) + n).c_str(), "<< /" + std::string(key) + " " + n + " >> setpagedevice");
+    put_feature((std::string(feature) + n).c_str(),
+                "<< /" + std::string(key) + " " + n + " >> setpagedevice");
 }
 
 // The page setup: the sheet, asked for when it differs from the previous
@@ -210,7 +211,8 @@ void put_number_feature(char const* feature, char const* key, int32_t v)
 void request_sheet(int first)
 {
     sheet const wanted{media_name(env.page_name), ps_bb_width, ps_bb_height};
-    bool const new_sheet = first == 1 || wanted.width != page_media.width || wanted.height != page_media.height;
+    bool const new_sheet =
+        first == 1 || wanted.width != page_media.width || wanted.height != page_media.height;
     bool const printing = ps_mode == 0;
     int32_t const copies = env.copies > 0 ? env.copies : 1;
     bool const new_duplex = printing && env.duplex != asked_duplex;
@@ -251,7 +253,8 @@ void request_sheet(int first)
     if (!new_sheet)
         return;
     for (sheet const& known : document_media)
-        if (known.name == wanted.name && known.width == wanted.width && known.height == wanted.height)
+        if (known.name == wanted.name && known.width == wanted.width &&
+            known.height == wanted.height)
             return;
     document_media.push_back(wanted);
 }
@@ -263,10 +266,7 @@ void put_whole(double v)
     ps_out_commit(std::to_chars(p, p + 400, v, std::chars_format::fixed, 0).ptr);
 }
 
-bool is_blank(char c)
-{
-    return c == ' ' || c == '\t';
-}
+bool is_blank(char c) { return c == ' ' || c == '\t'; }
 
 }  // namespace
 
@@ -297,10 +297,7 @@ std::vector<std::string> ps_include_names(char const* list)
     }
 }
 
-void ps_set_mode(int mode)
-{
-    ps_mode = mode;
-}
+void ps_set_mode(int mode) { ps_mode = mode; }
 
 void ps_init()
 {
@@ -460,10 +457,18 @@ void ps_page_header(int first)
         request_sheet(first);
 
     switch (orientation) {
-    case 1: ps_page_rotate = 90; break;
-    case 2: ps_page_rotate = 180; break;
-    case 3: ps_page_rotate = 270; break;
-    default: ps_page_rotate = 0; break;
+    case 1:
+        ps_page_rotate = 90;
+        break;
+    case 2:
+        ps_page_rotate = 180;
+        break;
+    case 3:
+        ps_page_rotate = 270;
+        break;
+    default:
+        ps_page_rotate = 0;
+        break;
     }
     ps_last_rotate = 0;
     ps_rotate_page(ps_page_rotate);
@@ -503,18 +508,26 @@ void ps_rotate_page(int angle)
     // which is the same for the page's own rotation but puts print
     // directions 90 and 270 off their place.
     bool const physical = !compat_legacy();
-    double const across = physical ? ps_bb_width : ps_paper_height;   // 90, 180 (y)
-    double const along = physical ? ps_bb_height : ps_paper_height;   // 180 (y)
-    double const wide = physical ? ps_bb_width : ps_paper_width;      // 180 (x)
-    double const turn = physical ? ps_bb_height : ps_paper_width;     // 270 (x)
+    double const across = physical ? ps_bb_width : ps_paper_height;  // 90, 180 (y)
+    double const along = physical ? ps_bb_height : ps_paper_height;  // 180 (y)
+    double const wide = physical ? ps_bb_width : ps_paper_width;  // 180 (x)
+    double const turn = physical ? ps_bb_height : ps_paper_width;  // 270 (x)
     auto shift = [&](int a, double* tx, double* ty) {
         *tx = 0.0;
         *ty = 0.0;
         switch (a) {
-        case 90: *ty = across; break;
-        case 180: *tx = wide; *ty = along; break;
-        case 270: *tx = turn; break;
-        default: break;
+        case 90:
+            *ty = across;
+            break;
+        case 180:
+            *tx = wide;
+            *ty = along;
+            break;
+        case 270:
+            *tx = turn;
+            break;
+        default:
+            break;
         }
     };
     if (ps_last_rotate != 0) {
@@ -553,15 +566,9 @@ void ps_setpos()
     ps_put('\n');
 }
 
-double ps_x(int64_t x)
-{
-    return ps_points(x) + ps_origin_x;
-}
+double ps_x(int64_t x) { return ps_points(x) + ps_origin_x; }
 
-double ps_y(int64_t y)
-{
-    return ps_origin_y - ps_points(y);
-}
+double ps_y(int64_t y) { return ps_origin_y - ps_points(y); }
 
 void ps_exit(char const* marks_path)
 {
@@ -571,7 +578,8 @@ void ps_exit(char const* marks_path)
     ps_page_trailer();
     // Form feeds after the last marked page end blank pages of their own.
     if (!compat_legacy()) {
-        uint32_t const ended = static_cast<uint32_t>(env.page_serial) - static_cast<uint32_t>(last_page);
+        uint32_t const ended =
+            static_cast<uint32_t>(env.page_serial) - static_cast<uint32_t>(last_page);
         for (uint32_t blank = 1; blank < ended; ++blank) {
             ps_page_header(0);
             ps_page_trailer();

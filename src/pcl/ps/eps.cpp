@@ -38,10 +38,7 @@ FilePtr open_included(char const* path, char const* shown)
     return std::move(f.file);
 }
 
-FilePtr open_included(char const* path)
-{
-    return open_included(path, path);
-}
+FilePtr open_included(char const* path) { return open_included(path, path); }
 
 // A file named by an in-band command: also subject to INBAND.PATH.
 FilePtr open_inband(char const* path)
@@ -58,8 +55,8 @@ constexpr size_t DOS_EPS_HEADER_SIZE = 32;
 constexpr size_t DOS_EPS_FIXED_PART = 12;
 
 constexpr size_t HEADER_LINE_MAX = 255;  // header comments are read in pieces of this size
-constexpr size_t COPY_LINE_MAX = 1023;   // lines of the copied PostScript section
-constexpr size_t OVERLAY_BLOCK = 1024;   // binary section copy of overlays
+constexpr size_t COPY_LINE_MAX = 1023;  // lines of the copied PostScript section
+constexpr size_t OVERLAY_BLOCK = 1024;  // binary section copy of overlays
 
 constexpr char INVALID_HEADER[] = "% --invalid EPS header\n";
 constexpr char END_EPS[] = "% --END EPS FILE\n";
@@ -270,10 +267,7 @@ int eps_read_header(FILE* f, int* count, double box[4])
     return read_header(f, count, box, &info);
 }
 
-void eps_embed(FILE* f, int length, double height)
-{
-    embed(f, info_for_length(length), height);
-}
+void eps_embed(FILE* f, int length, double height) { embed(f, info_for_length(length), height); }
 
 void ps_include_file(char const* path)
 {
@@ -336,11 +330,26 @@ void ps_include_eps_file(double x, double y, char const* path, int scale, int al
         if (usable && (ps_overlay_mode & 4)) {
             double fx, fy;
             switch (align) {
-            case 0: fx = 0; fy = ps_origin_y - h; break;
-            case 1: fx = page_w - w; fy = ps_origin_y - h; break;
-            case 2: fx = 0; fy = 0; break;
-            case 3: fx = page_w - w; fy = 0; break;
-            default: fx = llx; fy = lly; break;
+            case 0:
+                fx = 0;
+                fy = ps_origin_y - h;
+                break;
+            case 1:
+                fx = page_w - w;
+                fy = ps_origin_y - h;
+                break;
+            case 2:
+                fx = 0;
+                fy = 0;
+                break;
+            case 3:
+                fx = page_w - w;
+                fy = 0;
+                break;
+            default:
+                fx = llx;
+                fy = lly;
+                break;
             }
             ps_put_rect_path(fx + x, fy - y, w, h);
             ps_put("1 setlinewidth\nstroke\n");
@@ -351,11 +360,24 @@ void ps_include_eps_file(double x, double y, char const* path, int scale, int al
             double tx = 0, ty = 0;
             if (usable) {
                 switch (align) {
-                case 0: tx = -llx; ty = ps_origin_y - ury; break;
-                case 1: tx = page_w - urx; ty = ps_origin_y - ury; break;
-                case 2: tx = -llx; ty = -lly; break;
-                case 3: tx = page_w - urx; ty = -lly; break;
-                default: break;
+                case 0:
+                    tx = -llx;
+                    ty = ps_origin_y - ury;
+                    break;
+                case 1:
+                    tx = page_w - urx;
+                    ty = ps_origin_y - ury;
+                    break;
+                case 2:
+                    tx = -llx;
+                    ty = -lly;
+                    break;
+                case 3:
+                    tx = page_w - urx;
+                    ty = -lly;
+                    break;
+                default:
+                    break;
                 }
             }
             write_isolation_prologue();
@@ -377,7 +399,4 @@ void ps_include_eps_file(double x, double y, char const* path, int scale, int al
     ps_put(END_EPS);
 }
 
-void eps_reset()
-{
-    reported.clear();
-}
+void eps_reset() { reported.clear(); }

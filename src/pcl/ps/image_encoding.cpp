@@ -130,7 +130,8 @@ size_t ascii85_encode(std::span<uint8_t const> data, char* const out)
     };
     size_t i = 0;
     for (; i + 4 <= n; i += 4) {
-        uint32_t const v = static_cast<uint32_t>(d[i]) << 24 | static_cast<uint32_t>(d[i + 1]) << 16 |
+        uint32_t const v = static_cast<uint32_t>(d[i]) << 24 |
+                           static_cast<uint32_t>(d[i + 1]) << 16 |
                            static_cast<uint32_t>(d[i + 2]) << 8 | d[i + 3];
         group(v, 4);
     }

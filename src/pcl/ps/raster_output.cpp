@@ -12,8 +12,8 @@
 namespace {
 
 raster_image current;
-std::vector<uint8_t> strip;   // rows collected, in the image's format
-int64_t strip_first = 0;      // index of the strip's first row
+std::vector<uint8_t> strip;  // rows collected, in the image's format
+int64_t strip_first = 0;  // index of the strip's first row
 int64_t strip_rows = 0;
 // Run-length data and its ASCII85 text; they only grow (up to what a full
 // strip needs), so their bytes are not cleared again for every strip.
@@ -114,7 +114,10 @@ void write_strip()
         write_color(im.color);
     } else if (im.kind == raster_image::indexed) {
         write_palette(im.palette);
-        decode = im.bits == 8 ? "[0 255]" : im.bits == 4 ? "[0 15]" : im.bits == 2 ? "[0 3]" : "[0 1]";
+        decode = im.bits == 8   ? "[0 255]"
+                 : im.bits == 4 ? "[0 15]"
+                 : im.bits == 2 ? "[0 3]"
+                                : "[0 1]";
     } else {
         ps_put("/DeviceRGB setcolorspace\n");
         decode = im.inverted ? "[1 0 1 0 1 0]" : "[0 1 0 1 0 1]";
@@ -150,7 +153,8 @@ void write_strip()
     size_t const text_room = ascii85_bound(rle);
     if (text.size() < text_room)
         text.resize(text_room);
-    size_t const chars = ascii85_encode(std::span(reinterpret_cast<uint8_t const*>(encoded.data()), rle), text.data());
+    size_t const chars = ascii85_encode(
+        std::span(reinterpret_cast<uint8_t const*>(encoded.data()), rle), text.data());
     ps_put(std::string_view(text.data(), chars));
     ps_put("grestore\n");
     env.pos_changed = 1;
@@ -179,7 +183,8 @@ void ps_raster_begin(raster_image const& image)
 
 void ps_raster_row(int64_t index, std::span<uint8_t const> row)
 {
-    if (strip_rows > 0 && (index != strip_first + strip_rows || strip.size() + row.size() > RASTER_STRIP_BYTES))
+    if (strip_rows > 0 &&
+        (index != strip_first + strip_rows || strip.size() + row.size() > RASTER_STRIP_BYTES))
         ps_raster_flush();
     if (strip_rows == 0)
         strip_first = index;

@@ -11,15 +11,15 @@
 
 struct raster_image {
     enum kind_t { mask, indexed, rgb } kind = mask;
-    int bits = 1;                    // bits per pixel (indexed: 1, 2, 4, 8)
-    bool inverted = false;           // rgb: the samples are C, M, Y
-    std::vector<uint32_t> palette;   // indexed: 0xRRGGBB per index
-    int32_t width = 0;               // pixels per row
-    double dot_w = 240;              // PCL units per pixel along a row
-    double dot_h = 240;              // PCL units from one row to the next
-    int32_t x = 0, y = 0;            // top-left corner of row 0, PCL units
-    int rotate = 0;                  // degrees, applied at the corner
-    uint32_t color = 0;              // mask: the colour 1 bits paint in
+    int bits = 1;  // bits per pixel (indexed: 1, 2, 4, 8)
+    bool inverted = false;  // rgb: the samples are C, M, Y
+    std::vector<uint32_t> palette;  // indexed: 0xRRGGBB per index
+    int32_t width = 0;  // pixels per row
+    double dot_w = 240;  // PCL units per pixel along a row
+    double dot_h = 240;  // PCL units from one row to the next
+    int32_t x = 0, y = 0;  // top-left corner of row 0, PCL units
+    int rotate = 0;  // degrees, applied at the corner
+    uint32_t color = 0;  // mask: the colour 1 bits paint in
 };
 
 // Bytes of one row in the image's format.

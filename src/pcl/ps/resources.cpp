@@ -89,10 +89,7 @@ bool readable(std::string const& path, char const* what)
 
 }  // namespace
 
-std::string ps_icc_profile_path()
-{
-    return resource_dir() + "/sRGB.icc";
-}
+std::string ps_icc_profile_path() { return resource_dir() + "/sRGB.icc"; }
 
 bool ps_resources_present(int pdf_level)
 {

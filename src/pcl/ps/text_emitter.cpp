@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "invariant.h"
 #include "pcl/environment.h"
 #include "pcl/font_metrics.h"
 #include "pcl/fonts.h"
@@ -14,7 +15,6 @@
 #include "pcl/ps/writer.h"
 #include "pcl/text_buffer.h"
 #include "run_mode.h"
-#include "invariant.h"
 
 int ps_font_enc;
 uint32_t ps_last_color;

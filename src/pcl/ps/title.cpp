@@ -7,10 +7,7 @@
 
 namespace {
 
-bool is_control(uint32_t c)
-{
-    return c < 0x20 || (c >= 0x7F && c <= 0x9F);
-}
+bool is_control(uint32_t c) { return c < 0x20 || (c >= 0x7F && c <= 0x9F); }
 
 // The code points of a well-formed UTF-8 text (no overlong forms, no
 // surrogates, nothing beyond U+10FFFF), or nothing.
@@ -96,10 +93,7 @@ void append_octal(std::string& out, unsigned byte)
     out += buf;
 }
 
-bool is_octal_digit(char c)
-{
-    return c >= '0' && c <= '7';
-}
+bool is_octal_digit(char c) { return c >= '0' && c <= '7'; }
 
 }  // namespace
 

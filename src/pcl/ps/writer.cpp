@@ -29,10 +29,7 @@ int first_error;
 ps_out_error_handler error_handler;
 
 // Whether the document and the traces go to standard output together.
-bool shares_trace_output()
-{
-    return outfp == stdout && (verbose != 0 || debug != 0);
-}
+bool shares_trace_output() { return outfp == stdout && (verbose != 0 || debug != 0); }
 
 void record_error()
 {
@@ -187,15 +184,9 @@ void put_large(std::string_view text)
 
 }  // namespace ps_out_detail
 
-void ps_out_set_stream(FILE* stream)
-{
-    outfp = stream;
-}
+void ps_out_set_stream(FILE* stream) { outfp = stream; }
 
-bool ps_out_ready()
-{
-    return outfp != nullptr;
-}
+bool ps_out_ready() { return outfp != nullptr; }
 
 void ps_out_flush()
 {
@@ -207,15 +198,9 @@ void ps_out_flush()
     }
 }
 
-int ps_out_error()
-{
-    return first_error;
-}
+int ps_out_error() { return first_error; }
 
-void ps_out_on_error(ps_out_error_handler handler)
-{
-    error_handler = handler;
-}
+void ps_out_on_error(ps_out_error_handler handler) { error_handler = handler; }
 
 void ps_out_open_failed()
 {
@@ -285,8 +270,9 @@ size_t ps_put_plain_ascii(uint16_t const* codes, size_t n)
         // Code points from 0x8000 up compare as negative and fail the
         // lower bound.
         __m128i const in_range = _mm_and_si128(_mm_cmpgt_epi16(v, lo), _mm_cmplt_epi16(v, hi));
-        __m128i const special = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi16(v, open), _mm_cmpeq_epi16(v, close)),
-                                             _mm_cmpeq_epi16(v, backslash));
+        __m128i const special =
+            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi16(v, open), _mm_cmpeq_epi16(v, close)),
+                         _mm_cmpeq_epi16(v, backslash));
         if (_mm_movemask_epi8(_mm_andnot_si128(special, in_range)) != 0xffff)
             break;
         _mm_storel_epi64(reinterpret_cast<__m128i*>(p + i), _mm_packus_epi16(v, v));

@@ -12,10 +12,7 @@
 
 // Internal lengths (1/72000 inch) in PostScript points, multiplied before
 // dividing so the result is the same double wherever it is computed.
-constexpr double ps_points(int64_t units)
-{
-    return static_cast<double>(units) * 72.0 / 72000.0;
-}
+constexpr double ps_points(int64_t units) { return static_cast<double>(units) * 72.0 / 72000.0; }
 
 // Every number written is finite and at most this large in magnitude, so
 // that any PostScript interpreter takes it (a NaN is written as 0). No real
