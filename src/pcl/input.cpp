@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <limits>
 #include <new>
 #include <unistd.h>
 
@@ -135,6 +136,15 @@ FILE* input_open_fd(int fd, bool owns_fd)
 std::string_view input_head() { return {head, head_len}; }
 
 uint64_t input_bytes_read() { return bytes_read; }
+
+uint64_t input_allowance(uint64_t base, uint64_t per_byte, uint64_t start)
+{
+    uint64_t const input = bytes_read - std::min(start, bytes_read);
+    uint64_t const max = std::numeric_limits<uint64_t>::max();
+    if (per_byte != 0 && input > (max - std::min(base, max)) / per_byte)
+        return max;
+    return base + input * per_byte;
+}
 
 int input_read_error() { return read_error; }
 

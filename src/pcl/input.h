@@ -35,6 +35,11 @@ FILE* input_open_fd(int fd, bool owns_fd);
 // Bytes delivered so far by every stream input_open_fd made (the whole
 // run's input, however it arrives: file, pipe or terminal).
 uint64_t input_bytes_read();
+// A budget that grows with the input: `base` plus `per_byte` for every byte
+// delivered since the count stood at `start`, saturating at the largest
+// value. Work that input can multiply (macro replay, raster repeats) is
+// held to such a budget, so it stays proportional to the job's size.
+uint64_t input_allowance(uint64_t base, uint64_t per_byte, uint64_t start);
 // The first bytes (up to 8) the current input stream delivered.
 std::string_view input_head();
 // The errno of the last failed read of a stream input_open_fd made, 0 if

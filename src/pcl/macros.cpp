@@ -2,7 +2,6 @@
 
 #include <cinttypes>
 #include <cstdio>
-#include <limits>
 #include <new>
 #include <utility>
 
@@ -95,11 +94,7 @@ int resume_getc();
 // input read so far (saturating).
 uint64_t replay_allowance()
 {
-    uint64_t const input = input_bytes_read() - input_at_start;
-    uint64_t const max = std::numeric_limits<uint64_t>::max();
-    if (input > (max - replay_base) / MAC_REPLAY_PER_INPUT_BYTE)
-        return max;
-    return replay_base + input * MAC_REPLAY_PER_INPUT_BYTE;
+    return input_allowance(replay_base, MAC_REPLAY_PER_INPUT_BYTE, input_at_start);
 }
 
 // Whether a new level may start; the first refusal of the run is reported.

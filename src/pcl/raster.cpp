@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <limits>
 #include <vector>
 
 #include "common/numeric.h"
@@ -343,11 +342,7 @@ void compose_row()
 
 uint64_t draw_allowance()
 {
-    uint64_t const input = input_bytes_read() - input_at_start;
-    uint64_t const max = std::numeric_limits<uint64_t>::max();
-    if (input > (max - draw_base) / RASTER_DRAW_PER_INPUT_BYTE)
-        return max;
-    return draw_base + input * RASTER_DRAW_PER_INPUT_BYTE;
+    return input_allowance(draw_base, RASTER_DRAW_PER_INPUT_BYTE, input_at_start);
 }
 
 // Whether a row of `bytes` bytes may still be drawn; the first refusal of

@@ -1,4 +1,6 @@
 // Character decoding of the input, look-ahead order and the input trace.
+#include <cstdio>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -110,3 +112,33 @@ TEST_F(Input, Readhex)
 }
 
 }  // namespace
+
+// The budget for work the input can multiply grows with the bytes read since
+// its start and saturates instead of wrapping.
+TEST(InputAllowance, GrowsWithTheInputAndSaturates)
+{
+    tarvo_reset();
+    FILE* tmp = std::tmpfile();
+    ASSERT_NE(tmp, nullptr);
+    std::string const bytes(1000, 'x');
+    ASSERT_EQ(std::fwrite(bytes.data(), 1, bytes.size(), tmp), bytes.size());
+    std::rewind(tmp);
+    FILE* in = input_open_fd(fileno(tmp), false);
+    ASSERT_NE(in, nullptr);
+    uint64_t const start = input_bytes_read();
+    EXPECT_EQ(input_allowance(5, 3, start), 5u);
+    while (std::fgetc(in) != EOF) {
+    }
+    EXPECT_EQ(input_bytes_read() - start, 1000u);
+
+    uint64_t const max = std::numeric_limits<uint64_t>::max();
+    EXPECT_EQ(input_allowance(5, 3, start), 5u + 3u * 1000u);
+    EXPECT_EQ(input_allowance(5, 0, start), 5u);
+    EXPECT_EQ(input_allowance(max - 10, 1, start), max);
+    EXPECT_EQ(input_allowance(max, 0, start), max);
+    EXPECT_EQ(input_allowance(0, max / 500, start), max);
+    // A start past the count (a reset between runs) counts nothing.
+    EXPECT_EQ(input_allowance(7, 3, start + 5000), 7u);
+    std::fclose(in);
+    std::fclose(tmp);
+}
