@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <type_traits>
 #include <cinttypes>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "common/numeric.h"
@@ -53,6 +55,13 @@ struct raster_settings {
     std::array<int32_t, 3> component{};
 };
 
+// A palette pushed on the palette stack: the configured image data and its
+// programmed colours (the simple palette is kept in the environment).
+struct pushed_palette {
+    image_config config;
+    std::vector<uint32_t> palette;
+};
+
 // The raster block being received.
 struct raster_block {
     bool active = false;
@@ -69,6 +78,8 @@ struct raster_block {
 
 raster_settings settings;
 raster_block block;
+// One entry for each level of the environment's palette stack.
+std::array<pushed_palette, std::extent_v<decltype(pcl_env::palette_stack)>> pushed_palettes;
 
 // The run's drawing allowance (see RASTER_DRAW_BASE).
 uint64_t draw_base = RASTER_DRAW_BASE;
@@ -570,6 +581,23 @@ void pcl_raster_assign_color(double value)
     settings.component = {};
 }
 
+void raster_palette_push(int32_t slot)
+{
+    if (!raster_enabled() || slot < 0 || static_cast<size_t>(slot) >= pushed_palettes.size())
+        return;
+    pushed_palettes[static_cast<size_t>(slot)] = {settings.config, settings.palette};
+}
+
+void raster_palette_pop(int32_t slot)
+{
+    if (!raster_enabled() || slot < 0 || static_cast<size_t>(slot) >= pushed_palettes.size())
+        return;
+    pushed_palette& saved = pushed_palettes[static_cast<size_t>(slot)];
+    settings.config = saved.config;
+    settings.palette = std::move(saved.palette);
+    saved = pushed_palette{};
+}
+
 bool raster_palette_color(int32_t index, uint32_t& color)
 {
     if (!raster_enabled() || settings.palette.empty())
@@ -699,4 +727,5 @@ void raster_reset()
 {
     end_block();
     settings = raster_settings{};
+    pushed_palettes = {};
 }

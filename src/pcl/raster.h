@@ -29,6 +29,11 @@ void pcl_raster_assign_color(double value);  // ESC*v#I
 // configured image data; false when there is none (a simple palette is in
 // use, or raster data is not drawn).
 bool raster_palette_color(int32_t index, uint32_t& color);
+// The palette stack's part of the raster state: a push saves the configured
+// image data and its programmed palette in `slot` of the stack, a pop
+// restores them from it, so a pushed palette comes back as it was.
+void raster_palette_push(int32_t slot);
+void raster_palette_pop(int32_t slot);
 
 // True when raster data is drawn (PostScript output, not the earlier
 // rendering).

@@ -135,6 +135,7 @@ void pcl_palette_push_pop(double value)
     if (to_int(value) == 0) {
         if (env.palette_sp < palette_stack_size) {
             env.palette_stack[env.palette_sp] = env.palette;
+            raster_palette_push(env.palette_sp);
             env.palette_sp += 1;
         } else if (verbose) {
             std::printf("Unable to push palette\n");
@@ -142,5 +143,6 @@ void pcl_palette_push_pop(double value)
     } else if (env.palette_sp > 0) {
         env.palette_sp -= 1;
         env.palette = env.palette_stack[env.palette_sp];
+        raster_palette_pop(env.palette_sp);
     }
 }
