@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <type_traits>
 #include <cinttypes>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
