@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cinttypes>
 #include <cstdio>
 #include <limits>
 #include <new>
@@ -136,6 +137,17 @@ FILE* input_open_fd(int fd, bool owns_fd)
 std::string_view input_head() { return {head, head_len}; }
 
 uint64_t input_bytes_read() { return bytes_read; }
+
+void input_allowance_exceeded(bool& reported, char const* what, uint64_t allowance,
+                              char const* then)
+{
+    if (reported)
+        return;
+    reported = true;
+    std::fflush(stdout);
+    std::fprintf(stderr, "%s: %s: %s more than %" PRIu64 " bytes; %s\n",
+                 progname ? progname : "tarvo", in_name ? in_name : "input", what, allowance, then);
+}
 
 uint64_t input_allowance(uint64_t base, uint64_t per_byte, uint64_t start)
 {

@@ -40,6 +40,11 @@ uint64_t input_bytes_read();
 // value. Work that input can multiply (macro replay, raster repeats) is
 // held to such a budget, so it stays proportional to the job's size.
 uint64_t input_allowance(uint64_t base, uint64_t per_byte, uint64_t start);
+// Says once per run (`reported` remembers it), on standard error with the
+// program's and the input's names, that such work went past its budget:
+// "PROG: FILE: WHAT more than N bytes; THEN".
+void input_allowance_exceeded(bool& reported, char const* what, uint64_t allowance,
+                              char const* then);
 // The first bytes (up to 8) the current input stream delivered.
 std::string_view input_head();
 // The errno of the last failed read of a stream input_open_fd made, 0 if

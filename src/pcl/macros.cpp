@@ -1,6 +1,5 @@
 #include "pcl/macros.h"
 
-#include <cinttypes>
 #include <cstdio>
 #include <new>
 #include <utility>
@@ -105,14 +104,8 @@ bool replay_allowed(int id)
         return true;
     if (verbose)
         std::printf("macro %d not started: replay limit reached\n", id);
-    if (!limit_reported) {
-        limit_reported = true;
-        std::fflush(stdout);
-        std::fprintf(stderr,
-                     "%s: %s: macros replayed more than %" PRIu64
-                     " bytes; further macro calls skipped\n",
-                     progname ? progname : "tarvo", in_name ? in_name : "input", allowance);
-    }
+    input_allowance_exceeded(limit_reported, "macros replayed", allowance,
+                             "further macro calls skipped");
     return false;
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cinttypes>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -363,14 +362,8 @@ bool may_draw(size_t bytes)
     uint64_t const allowance = draw_allowance();
     if (drawn + bytes <= allowance)
         return true;
-    if (!limit_reported) {
-        limit_reported = true;
-        std::fflush(stdout);
-        std::fprintf(stderr,
-                     "%s: %s: raster images drew more than %" PRIu64
-                     " bytes; further rows skipped\n",
-                     progname ? progname : "tarvo", in_name ? in_name : "input", allowance);
-    }
+    input_allowance_exceeded(limit_reported, "raster images drew", allowance,
+                             "further rows skipped");
     return false;
 }
 
