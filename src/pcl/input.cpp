@@ -5,6 +5,7 @@
 #include <cinttypes>
 #include <cstdio>
 #include <limits>
+#include <memory>
 #include <new>
 #include <unistd.h>
 
@@ -55,14 +56,11 @@ ssize_t source_read(void* cookie, char* buf, size_t size)
     }
 }
 
+// The stream owns its source: closing the stream takes it back and frees it.
 int source_close(void* cookie)
 {
-    auto* src = static_cast<InputSource*>(cookie);
-    int rc = 0;
-    if (src->owns_fd)
-        rc = ::close(src->fd);
-    delete src;
-    return rc;
+    std::unique_ptr<InputSource> const src(static_cast<InputSource*>(cookie));
+    return src->owns_fd ? ::close(src->fd) : 0;
 }
 
 void trace(char const* tag, int c)
@@ -118,17 +116,16 @@ int decode_utf8(int lead)
 
 FILE* input_open_fd(int fd, bool owns_fd)
 {
-    auto* src = new (std::nothrow) InputSource{fd, owns_fd};
-    if (src == nullptr) {
+    std::unique_ptr<InputSource> src(new (std::nothrow) InputSource{fd, owns_fd});
+    if (!src) {
         errno = ENOMEM;
         return nullptr;
     }
     cookie_io_functions_t const io{source_read, nullptr, nullptr, source_close};
-    FILE* f = fopencookie(src, "rb", io);
-    if (f == nullptr) {
-        delete src;
+    FILE* f = fopencookie(src.get(), "rb", io);
+    if (f == nullptr)
         return nullptr;
-    }
+    src.release();  // now the stream's, freed by source_close
     read_error = 0;
     head_len = 0;
     return f;
