@@ -387,6 +387,23 @@ bool row_has_ink()
     return false;
 }
 
+// Combines the planes of the row and tells whether it is drawn: it has ink
+// and fits the run's allowance. A colour row always has ink, so the
+// allowance is asked first: rows past it are not combined at all, which
+// would cost a pass over every plane for each row of a few input bytes.
+bool row_to_draw()
+{
+    size_t const bytes = block.pixels.size();
+    if (block.image.kind != raster_image::mask) {
+        if (!may_draw(bytes))
+            return false;
+        compose_row();
+        return true;
+    }
+    compose_row();
+    return row_has_ink() && may_draw(bytes);
+}
+
 // A vertical cursor move between rows (the rows advance along y) moves the
 // rest of the image with it, as on a printer: the block's corner follows.
 void follow_cursor()
@@ -408,14 +425,11 @@ bool emit_row()
         return false;
     follow_cursor();
     bool drew = false;
-    if (block.image.width > 0 && row_on_page(block.rows)) {
-        compose_row();
-        if (row_has_ink() && may_draw(block.pixels.size())) {
-            drawn += block.pixels.size();
-            ps_raster_row(block.rows, block.pixels);
-            env.page_dirty = 1;
-            drew = true;
-        }
+    if (block.image.width > 0 && row_on_page(block.rows) && row_to_draw()) {
+        drawn += block.pixels.size();
+        ps_raster_row(block.rows, block.pixels);
+        env.page_dirty = 1;
+        drew = true;
     }
     ++block.rows;
     move_cursor();
