@@ -276,6 +276,7 @@ bool ps_map_fallback(char const* name, int* enc, unsigned* code)
 
 void ps_map_init()
 {
+    ps_map_reset();
     bool const stand_ins = !compat_legacy();
     if (stand_ins) {
         made_names.clear();

@@ -39,6 +39,9 @@ extern glyph_row const ps_glyph_list[];
 extern encoding_row const ps_encoding_symbol[];
 extern encoding_row const ps_encoding_zdingbat[];
 
+// Builds the map for the rendering in force (the earlier one lacks the
+// stand-ins), starting from an empty map, so that a run in the same process
+// after one of the other rendering keeps none of its records.
 void ps_map_init();
 // For a name the map returned: whether it stands for a glyph of the Symbol
 // (enc 1) or ZapfDingbats (enc 2) font shown in place of one the text fonts
