@@ -102,12 +102,23 @@ TEST(Reset, EachRunBuildsTheGlyphMapOfItsOwnRendering)
     for (int b = 0x21; b < 0x7f; ++b)
         job += static_cast<char>(b);
     job += "\x0c";
-    dir.write("job.pcl", job);
+    std::string const path = dir.write("job.pcl", job);
     setenv("SOURCE_DATE_EPOCH", "0", 1);
-    std::vector<std::string> const legacy = {"-s", "-C", "CONFIG:BCOMPAT=16"};
-    std::string const alone = run_in_process(legacy, dir);
-    run_in_process({"-s"}, dir);
-    EXPECT_EQ(run_in_process(legacy, dir), alone);
+    // What a process of its own writes for each rendering.
+    std::vector<std::string> const current = {"-s"};
+    std::vector<std::string> const earlier = {"-s", "-C", "CONFIG:BCOMPAT=4"};
+    auto alone = [&](std::vector<std::string> args) {
+        args.push_back(path);
+        return run_tarvo(args).out;
+    };
+    std::string const current_alone = alone(current);
+    std::string const earlier_alone = alone(earlier);
+    ASSERT_NE(current_alone, earlier_alone);
+
+    EXPECT_EQ(run_in_process(current, dir), current_alone);
+    EXPECT_EQ(run_in_process(current, dir), current_alone);
+    EXPECT_EQ(run_in_process(earlier, dir), earlier_alone);
+    EXPECT_EQ(run_in_process(current, dir), current_alone);
     tarvo_reset();
     unsetenv("SOURCE_DATE_EPOCH");
 }
