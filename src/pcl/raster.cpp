@@ -599,10 +599,11 @@ void raster_palette_pop(int32_t slot)
 {
     if (!raster_enabled() || slot < 0 || static_cast<size_t>(slot) >= pushed_palettes.size())
         return;
-    pushed_palette& saved = pushed_palettes[static_cast<size_t>(slot)];
+    // The slot keeps its copy: a called macro's environment comes back with
+    // the stack position of its caller, whose own pop must still find it.
+    pushed_palette const& saved = pushed_palettes[static_cast<size_t>(slot)];
     settings.config = saved.config;
-    settings.palette = std::move(saved.palette);
-    saved = pushed_palette{};
+    settings.palette = saved.palette;
 }
 
 bool raster_palette_color(int32_t index, uint32_t& color)
