@@ -13,6 +13,17 @@ JOB = (b"\x1bE\x1b(0N\x1b(s1p10v4101TInvoice 2024-0117, don't `quote' caf\xe9\r\
        b"\x1b(s0p10h3TCourier 2024-0117 don't\f"
        b"\x1b(s1p4101TPage two caf\xe9 na\xefve 2024-0117\r\n")
 
+# Pages on Legal, Legal, A4, A4, Legal: every page cut out on its own must
+# come out on its own sheet, also one that repeats the sheet before it.
+SHEETS_JOB = (b"\x1bE\x1b&l3AOne\fTwo\f\x1b&l26AThree\fFour\f\x1b&l3AFive\f")
+SHEETS_PX = [(85, 140), (85, 140), (83, 117), (83, 117), (85, 140)]  # at 10 dpi
+
+
+def png_size(path):
+    with open(path, "rb") as f:
+        head = f.read(24)
+    return int.from_bytes(head[16:20], "big"), int.from_bytes(head[20:24], "big")
+
 
 def have(*tools):
     return all(shutil.which(t) for t in tools)
@@ -59,6 +70,19 @@ class Case(unittest.TestCase):
         self.assertNotIn(b"Error", proc.stdout + proc.stderr)
         with open(self.path("page2.txt"), encoding="utf-8") as f:
             self.assertIn("Page two café naïve 2024-0117", f.read())
+
+    @unittest.skipUnless(have("gs", "psselect"), "needs Ghostscript and psselect")
+    def test_every_page_cut_out_keeps_its_sheet(self):
+        with open(self.job, "wb") as f:
+            f.write(SHEETS_JOB)
+        self.run_tool(BINARY, "-s", "-o", self.path("job.ps"), self.job)
+        for page, size in enumerate(SHEETS_PX, 1):
+            one = self.path("p%d.ps" % page)
+            png = self.path("p%d.png" % page)
+            self.run_tool("psselect", "-p%d" % page, self.path("job.ps"), one)
+            self.run_tool("gs", "-q", "-dNOPAUSE", "-dBATCH", "-dSAFER", "-sDEVICE=pnggray",
+                          "-r10", "-sOutputFile=" + png, one)
+            self.assertEqual(png_size(png), size, "page %d" % page)
 
 
 def main():

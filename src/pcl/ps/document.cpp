@@ -179,13 +179,17 @@ std::string media_name(char const* page_name)
     return name;
 }
 
-// Asks the device for the page's sheet when it differs from the previous
-// page's (a request resets the graphics state, so it comes before the page's
-// rotation), and remembers it for the trailer.
-// Print settings last asked of the device: duplex mode, copies, tray.
+// Print settings in effect on the device: duplex mode, copies, tray.
 int32_t asked_duplex;
 int32_t asked_copies = 1;
 int32_t asked_tray;
+// The sheet and print settings the document setup asks for. A page that
+// differs from them asks for its own in its page setup, so that it prints
+// the same when it is selected on its own.
+sheet document_sheet;
+int32_t document_duplex;
+int32_t document_copies = 1;
+int32_t document_tray;
 
 // A device request that a device without the feature skips.
 void put_feature(char const* feature, std::string_view request)
@@ -204,30 +208,52 @@ void put_number_feature(char const* feature, char const* key, int32_t v)
                 "<< /" + std::string(key) + " " + n + " >> setpagedevice");
 }
 
-// The page setup: the sheet, asked for when it differs from the previous
-// page's, and, for a printing device (not PDF), the duplex mode, copies
-// and tray when they changed. Requests reset the graphics state, so they
-// come before the page's rotation.
-void request_sheet(int first)
+// The sheet of the environment's page: its name and its size in points as
+// the page is set up (wide for a landscape page).
+sheet current_sheet()
 {
-    sheet const wanted{media_name(env.page_name), ps_bb_width, ps_bb_height};
+    bool const sideways = env.orientation == 1 || env.orientation == 3;
+    double const width = ps_points(env.paper_width);
+    double const height = ps_points(env.paper_height);
+    return sheet{media_name(env.page_name), sideways ? height : width, sideways ? width : height};
+}
+
+bool same_size(sheet const& a, sheet const& b)
+{
+    return a.width == b.width && a.height == b.height;
+}
+
+// The device requests of the document setup (`document`) or of a page
+// setup: the sheet, and, for a printing device (not PDF), the duplex mode,
+// copies and tray. The document setup asks for the first page's sheet and
+// for the settings that differ from the device's own; a page asks for each
+// one that differs from the previous page's or from the document setup's.
+// Requests reset the graphics state, so they come before the page's
+// rotation.
+void request_settings(bool document)
+{
+    sheet const wanted = current_sheet();
     bool const new_sheet =
-        first == 1 || wanted.width != page_media.width || wanted.height != page_media.height;
+        document || !same_size(wanted, page_media) || !same_size(wanted, document_sheet);
     bool const printing = ps_mode == 0;
     int32_t const copies = env.copies > 0 ? env.copies : 1;
-    bool const new_duplex = printing && env.duplex != asked_duplex;
-    bool const new_copies = printing && copies != asked_copies;
-    bool const new_tray = printing && env.paper_source != asked_tray && env.paper_source > 0;
+    bool const new_duplex =
+        printing && (env.duplex != asked_duplex || env.duplex != document_duplex);
+    bool const new_copies = printing && (copies != asked_copies || copies != document_copies);
+    bool const new_tray = printing && env.paper_source > 0 &&
+                          (env.paper_source != asked_tray || env.paper_source != document_tray);
     if (!new_sheet && !new_duplex && !new_copies && !new_tray)
         return;
+    if (!document) {
+        if (new_sheet) {
+            ps_put("%%PageMedia: ");
+            ps_put(wanted.name);
+            ps_put('\n');
+        }
+        ps_put("%%BeginPageSetup\n");
+    }
     if (new_sheet) {
         page_media = wanted;
-        ps_put("%%PageMedia: ");
-        ps_put(wanted.name);
-        ps_put('\n');
-    }
-    ps_put("%%BeginPageSetup\n");
-    if (new_sheet) {
         ps_put("<< /PageSize [");
         ps_put_nums({wanted.width, wanted.height});
         ps_put("] >> setpagedevice\n");
@@ -249,12 +275,18 @@ void request_sheet(int first)
         asked_tray = env.paper_source;
         put_number_feature("*InputSlot Tray", "MediaPosition", env.paper_source);
     }
-    ps_put("%%EndPageSetup\n");
+    if (document) {
+        document_sheet = page_media;
+        document_duplex = asked_duplex;
+        document_copies = asked_copies;
+        document_tray = asked_tray;
+    } else {
+        ps_put("%%EndPageSetup\n");
+    }
     if (!new_sheet)
         return;
     for (sheet const& known : document_media)
-        if (known.name == wanted.name && known.width == wanted.width &&
-            known.height == wanted.height)
+        if (known.name == wanted.name && same_size(known, wanted))
             return;
     document_media.push_back(wanted);
 }
@@ -344,6 +376,8 @@ void ps_init()
     ps_put("%%EndProlog\n");
 
     ps_put("\n%%BeginSetup\n");
+    if (!compat_legacy())
+        request_settings(true);
     if (char const* v = config_get_option("CONFIG", "BARCODE", nullptr))
         ps_barcode = config_int(v);
     if (ps_barcode)
@@ -454,7 +488,7 @@ void ps_page_header(int first)
         ps_put('\n');
     }
     if (!compat_legacy())
-        request_sheet(first);
+        request_settings(false);
 
     switch (orientation) {
     case 1:
@@ -660,6 +694,10 @@ void ps_document_reset()
     asked_duplex = 0;
     asked_copies = 1;
     asked_tray = 0;
+    document_sheet = sheet{};
+    document_duplex = 0;
+    document_copies = 1;
+    document_tray = 0;
     ps_barcode = 0;
     ps_overlay_mode = 1;
     ps_text_reset();
