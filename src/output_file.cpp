@@ -57,7 +57,8 @@ bool out_file_begin(char const* target)
             std::free(real);
         }
     }
-    if (::stat(resolved.c_str(), &st) == 0 && !S_ISREG(st.st_mode))
+    bool const exists = ::stat(resolved.c_str(), &st) == 0;
+    if (exists && !S_ISREG(st.st_mode))
         return true;  // a device or pipe: written directly
     target_name = resolved;
 
@@ -78,10 +79,11 @@ bool out_file_begin(char const* target)
         return false;
     }
     temp_active = 1;
-    // The file gets the permissions a newly created file would have.
+    // The file keeps the permissions of the one it replaces (a private
+    // document stays private), or gets those a newly created file would have.
     mode_t const mask = ::umask(0);
     ::umask(mask);
-    ::fchmod(fd, 0666 & ~mask);
+    ::fchmod(fd, exists ? st.st_mode & 07777 : 0666 & ~mask);
     ::close(fd);
     write_name = temp_path;
 

@@ -309,6 +309,14 @@ TEST(Driver, OutputFileReplacedOnlyOnSuccess)
     struct stat st;
     ASSERT_EQ(stat(out.c_str(), &st), 0);
     EXPECT_NE(st.st_mode & 0044, 0u);  // not the temporary file's 0600
+    // A replaced file keeps its permissions: a private one stays private.
+    for (mode_t const mode : {0600, 0640}) {
+        ASSERT_EQ(chmod(out.c_str(), mode), 0);
+        r = run_tarvo({"-s", "-o", out}, "text", {}, env);
+        ASSERT_EQ(r.status, 0) << r.err;
+        ASSERT_EQ(stat(out.c_str(), &st), 0);
+        EXPECT_EQ(st.st_mode & 07777, mode);
+    }
 }
 
 // Runs that would succeed silently with nothing to show say why.
