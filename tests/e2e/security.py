@@ -7,7 +7,7 @@ Every case runs in a fresh directory; Ghostscript's temporary directory
 (where SAFER still lets a document write) is a subdirectory of its own, so a
 file that appears beside it was written by the document.
 """
-import argparse, os, shutil, subprocess, sys, tempfile, unittest
+import argparse, os, resource, shutil, subprocess, sys, tempfile, unittest
 
 BINARY = None
 
@@ -263,6 +263,32 @@ class InbandReads(Case):
                 expected = {True: "", False: "tarvo: %s: not under INBAND.PATH\n" % target,
                             None: "tarvo: %s: No such file or directory\n" % target}[ok]
                 self.assertEqual(err, expected)
+
+    @unittest.skipUnless(os.path.isdir("/proc/self/fd"), "needs /proc")
+    def test_never_reads_back_the_output(self):
+        # Output past the writer's buffer first, so that the file being
+        # written has bytes to read back.
+        text = b"".join(b"line %d of the text before the inclusion\r\n" % i
+                        for i in range(3000))
+        fds = ["%%tarvo:%s /proc/self/fd/%d" % (c, fd) for fd in (1, 3, 4, 5)
+               for c in ("include", "eps")]
+        job = self.write("job.pcl", text + inband(*fds))
+        for how in ("standard output", "-o"):
+            with self.subTest(how=how):
+                out = self.path("out.ps")
+                with open(out, "wb") as f:
+                    args = ["-s", job] if how == "standard output" else ["-s", "-o", out, job]
+                    # Files are held to 4 MiB, so a run that reads back what
+                    # it writes fails at once instead of filling the disk.
+                    proc = subprocess.run([BINARY] + args, cwd=self.dir, stdout=f,
+                                          stderr=subprocess.PIPE, timeout=60,
+                                          env=dict(os.environ, HOME=self.dir),
+                                          preexec_fn=lambda: resource.setrlimit(
+                                              resource.RLIMIT_FSIZE, (4 << 20, 4 << 20)))
+                self.assertEqual(proc.returncode, 0, proc.stderr)
+                self.assertIn(b": is the output file\n", proc.stderr)
+                self.assertLess(os.path.getsize(out), 1 << 20)
+                self.assertTrue(self.read("out.ps").endswith(b"%%EOF\n"))
 
     def test_inband_off(self):
         self.write("form.ps", b"% the form\n")

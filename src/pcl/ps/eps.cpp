@@ -8,10 +8,13 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <unordered_set>
 
 #include "common/file_ptr.h"
 #include "common/regular_file.h"
+#include "output_file.h"
 #include "pcl/inband_files.h"
 #include "pcl/ps/document.h"
 #include "pcl/ps/writer.h"
@@ -22,6 +25,26 @@ namespace {
 // The names of included files already reported as unreadable.
 std::unordered_set<std::string> reported;
 
+// Whether the open file `fd` is the one the document (or Ghostscript's
+// result) is being written to: copying it in would read back what is
+// written and grow it without end.
+bool is_output(int fd)
+{
+    struct stat in;
+    if (::fstat(fd, &in) != 0)
+        return false;
+    auto same = [&in](struct stat const& st) {
+        return st.st_dev == in.st_dev && st.st_ino == in.st_ino;
+    };
+    struct stat st;
+    if (outfp && fileno(outfp) >= 0 && ::fstat(fileno(outfp), &st) == 0 && same(st))
+        return true;
+    if (::fstat(STDOUT_FILENO, &st) == 0 && same(st))
+        return true;
+    char const* written = out_file_name();
+    return *written && ::stat(written, &st) == 0 && same(st);
+}
+
 // Opens a file to be included, a regular file only (a device or a FIFO
 // would feed or block the converter without end). One that cannot be
 // opened is reported on standard error the first time its name comes up (an
@@ -30,10 +53,15 @@ std::unordered_set<std::string> reported;
 FilePtr open_included(char const* path, char const* shown)
 {
     RegularFile f = open_regular_file(path);
-    if (!f.file) {
-        char const* why = f.not_regular ? "not a regular file" : std::strerror(errno);
+    char const* why = nullptr;
+    if (!f.file)
+        why = f.not_regular ? "not a regular file" : std::strerror(errno);
+    else if (is_output(fileno(f.file.get())))
+        why = "is the output file";
+    if (why) {
         if (reported.insert(shown).second)
             std::fprintf(stderr, "%s: %s: %s\n", progname, shown, why);
+        return nullptr;
     }
     return std::move(f.file);
 }
