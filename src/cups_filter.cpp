@@ -106,7 +106,9 @@ void add_feature(std::string& code, std::string const& key, std::string const& d
             " setpagedevice\n%%EndFeature\n} stopped cleartomark\n";
 }
 
-// A title on one line: control characters become blanks.
+// A title or an option value on one line: control characters become
+// blanks, so that a value cannot start a line of its own, which the print
+// system would take as a message to it ("PPD:", "STATE:", "ATTR:").
 std::string one_line(char const* text)
 {
     std::string s = text;
@@ -226,7 +228,7 @@ CupsRequests cups_requests(std::vector<CupsOption> const& options, std::string_v
             r.paper = paper;
         else
             r.warnings.push_back(
-                "media " + std::string(media) +
+                "media " + one_line(media) +
                 " is not supported; the job's own or the configured paper size is used");
     }
 
@@ -243,7 +245,7 @@ CupsRequests cups_requests(std::vector<CupsOption> const& options, std::string_v
         }
         if (!found)
             r.warnings.push_back(std::string(sides ? "sides " : "Duplex ") +
-                                 (sides ? sides : ppd_duplex) + " is not supported");
+                                 one_line(sides ? sides : ppd_duplex) + " is not supported");
     }
 
     std::string const count(copies);
@@ -251,7 +253,7 @@ CupsRequests cups_requests(std::vector<CupsOption> const& options, std::string_v
     errno = 0;
     long const n = std::strtol(count.c_str(), &end, 10);
     if (count.empty() || *end || errno || n < 1 || n > kMaxCopies)
-        r.warnings.push_back("copies " + count +
+        r.warnings.push_back("copies " + one_line(count.c_str()) +
                              " is not a number from 1 to 9999; one copy is made");
     else
         r.copies = static_cast<int>(n);

@@ -47,6 +47,14 @@ TEST(CupsFilter, Requests)
                   "media A5 is not supported; the job's own or the configured paper size is used",
                   "sides sideways is not supported",
                   "copies 0 is not a number from 1 to 9999; one copy is made"}));
+    // Values stay on the warning's line: a line of their own would be a
+    // message to the print system.
+    EXPECT_EQ(requests("media='A5\nPPD: X=1' sides=\"x\rSTATE: +y\"", "2\nATTR: a=b").warnings,
+              (std::vector<std::string>{"media A5 PPD: X=1 is not supported; the job's own or "
+                                        "the configured paper size is used",
+                                        "sides x STATE: +y is not supported",
+                                        "copies 2 ATTR: a=b is not a number from 1 to 9999; "
+                                        "one copy is made"}));
 
     EXPECT_EQ(cups_setup_code(requests("")), "");
     EXPECT_EQ(
