@@ -116,9 +116,11 @@ TEST_F(EpsTest, DosSectionCopiedByLengthOrByLines)
     section.resize(1000);
     section.back() = '\n';
     std::string p = dir.write("dos.eps", dos_eps(section, 32, 1000));
-    // Overlays copy the section's bytes exactly, "%%" lines included.
+    // Overlays copy the section's bytes exactly, "%%" lines included, as an
+    // embedded document, so its comments do not end the page.
     EXPECT_EQ(overlay(p, 0, 0, 0, 2), "% --BEGIN EPS FILE " + p + "\n" + SAVE + "0 -0 translate\n" +
-                                          section + "restore\n% --END EPS FILE\n");
+                                          "%%BeginDocument: (" + p + ")\n" + section +
+                                          "%%EndDocument\nrestore\n% --END EPS FILE\n");
     std::string filtered = section;
     filtered.erase(24, 25);  // the %%BoundingBox line
     EXPECT_EQ(inband(p), "% --BEGIN EPS FILE " + p + "\n" + SAVE +
@@ -131,7 +133,19 @@ TEST_F(EpsTest, DosSectionCopiedByLengthOrByLines)
     p = dir.write("long.eps", dos_eps("%!PS\nok\n", 32, 0xFFFFFFFFu));
     std::string const text = overlay(p, 0, 0, 0, 0);
     EXPECT_NE(text.find("ok\nII*"), std::string::npos);
-    EXPECT_NE(text.find("%%junk\nrestore\n% --END EPS FILE\n"), std::string::npos);
+    EXPECT_NE(text.find("%%junk\n%%EndDocument\nrestore\n% --END EPS FILE\n"), std::string::npos);
+}
+
+// An included PostScript file is a document of its own: its page and
+// trailer comments are enclosed, and the enclosure ends on a line of its own.
+TEST_F(EpsTest, IncludedFileIsAnEmbeddedDocument)
+{
+    std::string const p = dir.write("doc (1).ps", "%!PS\n%%Page: 1 1\nx\n%%EOF");
+    OutputCapture out;
+    ps_include_file(p.c_str());
+    EXPECT_EQ(out.str(), "% --BEGIN PS FILE " + p + "\n%%BeginDocument: (" + dir.path() +
+                             "/doc \\(1\\).ps)\n%!PS\n%%Page: 1 1\nx\n%%EOF\n%%EndDocument\n"
+                             "% --END PS FILE\n");
 }
 
 TEST_F(EpsTest, OverlayAlignmentScaleFramesAndLongLines)

@@ -15,8 +15,10 @@
 #include "common/file_ptr.h"
 #include "common/regular_file.h"
 #include "output_file.h"
+#include "pcl/environment.h"
 #include "pcl/inband_files.h"
 #include "pcl/ps/document.h"
+#include "pcl/ps/title.h"
 #include "pcl/ps/writer.h"
 #include "run_mode.h"
 
@@ -304,8 +306,23 @@ void ps_include_file(char const* path)
     ps_put("% --BEGIN PS FILE ");
     ps_put(path);
     ps_put('\n');
-    if (FilePtr f = open_inband(path))
-        ps_put_rest_of(f.get());
+    if (FilePtr f = open_inband(path)) {
+        // The file may be a whole document with page and trailer comments
+        // of its own; marked as an embedded document, its comments do not
+        // end the page for programs that split the output into pages.
+        bool const marked = !compat_legacy();
+        if (marked) {
+            ps_put("%%BeginDocument: ");
+            ps_put(ps_literal_string(path));
+            ps_put('\n');
+        }
+        int const last = ps_put_rest_of(f.get());
+        if (marked) {
+            if (last != -1 && last != '\n')
+                ps_put('\n');
+            ps_put("%%EndDocument\n");
+        }
+    }
     ps_put("% --END PS FILE\n");
 }
 
@@ -417,10 +434,21 @@ void ps_include_eps_file(double x, double y, char const* path, int scale, int al
                 ps_put(" scale");
             }
             ps_put('\n');
+            // A DOS section is copied as it stands, with its own trailer
+            // comments: marked as an embedded document, they do not end the
+            // page for programs that split the output into pages.
+            bool const marked = info.dos && !compat_legacy();
+            if (marked) {
+                ps_put("%%BeginDocument: ");
+                ps_put(ps_literal_string(path));
+                ps_put('\n');
+            }
             if (info.dos)
                 copy_section_bytes(f.get(), info);
             else
                 copy_filtered(f.get(), info);
+            if (marked)
+                ps_put("%%EndDocument\n");
             ps_put("restore\n");
         }
     }

@@ -325,14 +325,17 @@ void ps_put_rect_path(double x, double y, double w, double h)
     ps_out_commit(text(p, " 0 rlineto\nclosepath\n"));
 }
 
-void ps_put_rest_of(FILE* in)
+int ps_put_rest_of(FILE* in)
 {
     constexpr size_t kBlock = 8192;
+    int last = -1;
     for (;;) {
         char* p = ps_out_reserve(kBlock);
         size_t const n = std::fread(p, 1, kBlock, in);
         if (n == 0)
             break;
+        last = static_cast<unsigned char>(p[n - 1]);
         ps_out_commit(p + n);
     }
+    return last;
 }

@@ -160,5 +160,6 @@ size_t ps_put_plain_ascii(uint16_t const* codes, size_t n);
 // height h, one operator per line, from "newpath" to "closepath".
 void ps_put_rect_path(double x, double y, double w, double h);
 
-// Copies the rest of a file unchanged.
-void ps_put_rest_of(FILE* in);
+// Copies the rest of a file unchanged; returns its last byte, or -1 when
+// there was none.
+int ps_put_rest_of(FILE* in);
