@@ -163,11 +163,8 @@ int wait_status_code(int status)
 // True when `out` names an existing file that is also one of the files to
 // be read: an input file, standard input when no file is named, or the
 // marks file. Opening the output would truncate it before it is read.
-bool output_is_input(char const* out, char** inputs, int count, char const* marks)
+bool is_input(struct stat const& target, char** inputs, int count, char const* marks)
 {
-    struct stat target;
-    if (stat(out, &target) != 0)
-        return false;
     auto same = [&target](struct stat const& st) {
         return st.st_dev == target.st_dev && st.st_ino == target.st_ino;
     };
@@ -181,6 +178,22 @@ bool output_is_input(char const* out, char** inputs, int count, char const* mark
         if (stat(inputs[i], &st) == 0 && same(st))
             return true;
     return marks && stat(marks, &st) == 0 && same(st);
+}
+
+bool output_is_input(char const* out, char** inputs, int count, char const* marks)
+{
+    struct stat target;
+    return stat(out, &target) == 0 && is_input(target, inputs, count, marks);
+}
+
+// True when standard output, where the output goes without -o, is a regular
+// file that is also one to be read (as with ">>"): the run would read back
+// what it writes without end.
+bool stdout_is_input(char** inputs, int count, char const* marks)
+{
+    struct stat target;
+    return fstat(STDOUT_FILENO, &target) == 0 && S_ISREG(target.st_mode) &&
+           is_input(target, inputs, count, marks);
 }
 
 // Opens an input file as the counted input stream. A directory is refused
@@ -398,6 +411,10 @@ int set_up_output(Options const& o, FilePtr& out_owner)
 
     if (o.to_file() && output_is_input(o.out_file, o.files, o.file_count, o.marks_file)) {
         std::fprintf(stderr, "%s: %s: output file is also an input file\n", progname, o.out_file);
+        return 1;
+    }
+    if (!o.to_file() && stdout_is_input(o.files, o.file_count, o.marks_file)) {
+        std::fprintf(stderr, "%s: %s: output file is also an input file\n", progname, kStdoutName);
         return 1;
     }
     if (o.to_file() && !out_file_begin(o.out_file))

@@ -193,6 +193,33 @@ class OutputOverInput(Case):
                     if how == "marks file":
                         self.assertEqual(self.read(out), b"% marks\n")
 
+    def test_standard_output_appending_to_an_input(self):
+        # ">>" onto a file that is read: refused instead of reading back what
+        # is written (files held to 4 MiB in case it did).
+        job_data = b"".join(b"line %d of the job\r\n" % i for i in range(20000)) + b"\f"
+        for how in ("file", "standard input", "marks file"):
+            with self.subTest(how=how):
+                job = self.write("job.pcl", job_data)
+                marks = self.write("marks.ps", b"% marks\n" * 20000)
+                target, args, stdin = job, [job], subprocess.DEVNULL
+                if how == "standard input":
+                    args, stdin = [], open(job, "rb")
+                elif how == "marks file":
+                    target, args = marks, ["-m", marks, job]
+                before = self.read(os.path.basename(target))
+                with open(target, "ab") as out:
+                    proc = subprocess.run([BINARY, "-s"] + args, cwd=self.dir, stdin=stdin,
+                                          stdout=out, stderr=subprocess.PIPE, timeout=60,
+                                          env=dict(os.environ, HOME=self.dir),
+                                          preexec_fn=lambda: resource.setrlimit(
+                                              resource.RLIMIT_FSIZE, (4 << 20, 4 << 20)))
+                if stdin is not subprocess.DEVNULL:
+                    stdin.close()
+                self.assertEqual(proc.returncode, 1)
+                self.assertEqual(proc.stderr.decode(),
+                                 "tarvo: standard output: output file is also an input file\n")
+                self.assertEqual(self.read(os.path.basename(target)), before)
+
     def test_other_output_names_still_work(self):
         job = self.write("job.pcl", b"Hello\f")
         proc = self.run_tarvo("-s", "-o", self.path("job.ps"), job)
