@@ -21,6 +21,7 @@
 
 #include "common/file_ptr.h"
 #include "common/install_paths.h"
+#include "config_store.h"
 #include "driver.h"
 
 namespace {
@@ -272,14 +273,28 @@ std::string cups_setup_code(CupsRequests const& requests)
 }
 
 std::vector<std::string> cups_tarvo_args(std::string const& title, CupsRequests const& requests,
-                                         std::string const& config, char const* file)
+                                         std::string const& config, char const* file,
+                                         bool inband_configured)
 {
     std::vector<std::string> args{kName, "-s", "-c", config, "-t", title};
+    // A value given with -C comes before the file's, so it is given only
+    // when the file is silent.
+    if (!inband_configured)
+        args.insert(args.end(), {"-C", "CONFIG:INBAND=0"});
     if (!requests.paper.empty())
         args.insert(args.end(), {"-C", "DEFAULT:PAPER.SIZE=" + requests.paper});
     // "--" keeps a file name that begins with '-' a file name.
     args.insert(args.end(), {"--", file ? file : "-"});
     return args;
+}
+
+bool cups_inband_configured(std::string const& path)
+{
+    config_clear();
+    bool const set = config_read_file(path.c_str(), 1) == 0 &&
+                     config_get_option("CONFIG", "INBAND", nullptr) != nullptr;
+    config_clear();
+    return set;
 }
 
 int cups_filter_main(int argc, char** argv)
@@ -298,7 +313,8 @@ int cups_filter_main(int argc, char** argv)
     if (access(config.c_str(), F_OK) != 0)
         config = "/dev/null";
     std::vector<std::string> args =
-        cups_tarvo_args(one_line(argv[3]), requests, config, argc == 7 ? argv[6] : nullptr);
+        cups_tarvo_args(one_line(argv[3]), requests, config, argc == 7 ? argv[6] : nullptr,
+                        cups_inband_configured(config));
     std::string const setup = cups_setup_code(requests);
 
     FilePtr messages{std::tmpfile()};

@@ -32,9 +32,16 @@ CupsRequests cups_requests(std::vector<CupsOption> const& options, std::string_v
 std::string cups_setup_code(CupsRequests const& requests);
 
 // The converter's arguments for one job: PostScript with the job's title and
-// paper size, the given configuration file, the file or standard input.
+// paper size, the given configuration file, the file or standard input. Jobs
+// come from other users, so the in-band commands (which read files on the
+// print server) are off unless `inband_configured`: the configuration file
+// sets INBAND itself.
 std::vector<std::string> cups_tarvo_args(std::string const& title, CupsRequests const& requests,
-                                         std::string const& config, char const* file);
+                                         std::string const& config, char const* file,
+                                         bool inband_configured);
+
+// Whether the configuration file at `path` sets the INBAND item.
+bool cups_inband_configured(std::string const& path);
 
 // The whole filter: CUPS's arguments (job user title copies options [file]).
 // Returns the exit status.

@@ -65,10 +65,12 @@ TEST(CupsFilter, Requests)
         "%%EndFeature\n} stopped cleartomark\n");
     EXPECT_EQ(requests("sides=one-sided").duplex, "<< /Duplex false >>");
 
-    EXPECT_EQ(cups_tarvo_args("T", requests("media=a3"), "/etc/tarvo.cfg", "-job"),
+    EXPECT_EQ(cups_tarvo_args("T", requests("media=a3"), "/etc/tarvo.cfg", "-job", true),
               (std::vector<std::string>{"tarvo-cups", "-s", "-c", "/etc/tarvo.cfg", "-t", "T", "-C",
                                         "DEFAULT:PAPER.SIZE=A3", "--", "-job"}));
-    EXPECT_EQ(cups_tarvo_args("", requests(""), "/dev/null", nullptr).back(), "-");
+    EXPECT_EQ(cups_tarvo_args("", requests(""), "/dev/null", nullptr, false),
+              (std::vector<std::string>{"tarvo-cups", "-s", "-c", "/dev/null", "-t", "", "-C",
+                                        "CONFIG:INBAND=0", "--", "-"}));
 }
 
 // Runs the built filter as CUPS would, with the printer's name as argv[0].
@@ -112,6 +114,20 @@ TEST(CupsFilter, WholeJob)
     EXPECT_EQ(r.status, 0);
     EXPECT_NE(r.out.find("%%BoundingBox: 0 0 612 1008"), std::string::npos) << r.out;
     EXPECT_EQ(r.out.find("BeginFeature"), std::string::npos);
+
+    // In-band file reads are off unless the print server's configuration
+    // turns them on; a configuration that sets INBAND decides.
+    dir.write("form.ps", "% form body\n");
+    std::string const inband = "%tarvo:include " + dir.path() + "/form.ps";
+    std::string const reads = "\x1b&p" + std::to_string(inband.size()) + "W" + inband + "X";
+    for (auto const& [cfg, included] : {std::pair{"[DEFAULT]\nPAPER.SIZE=LEGAL\n", false},
+                                        {"[CONFIG]\nINBAND=1\n", true},
+                                        {"[CONFIG]\nINBAND=0\n", false}}) {
+        dir.write("etc/tarvo.cfg", cfg);
+        r = run_filter({"1", "u", "t", "1", ""}, reads, dir);
+        EXPECT_EQ(r.status, 0) << cfg;
+        EXPECT_EQ(r.out.find("% form body") != std::string::npos, included) << cfg << r.out;
+    }
 
     // Failures: ERROR lines and a non-zero status; warnings of a good run.
     r = run_filter({"1", "u", "t", "1", "", dir.path() + "/missing.pcl"}, "", dir);
