@@ -39,7 +39,7 @@ bool is_output(int fd)
         return st.st_dev == in.st_dev && st.st_ino == in.st_ino;
     };
     struct stat st;
-    if (outfp && fileno(outfp) >= 0 && ::fstat(fileno(outfp), &st) == 0 && same(st))
+    if (int const out = ps_out_fd(); out >= 0 && ::fstat(out, &st) == 0 && same(st))
         return true;
     if (::fstat(STDOUT_FILENO, &st) == 0 && same(st))
         return true;

@@ -198,6 +198,8 @@ void ps_out_flush()
     }
 }
 
+int ps_out_fd() { return outfp ? fileno(outfp) : -1; }
+
 int ps_out_error() { return first_error; }
 
 void ps_out_on_error(ps_out_error_handler handler) { error_handler = handler; }

@@ -41,6 +41,9 @@ constexpr double ps_point_size(double v)
 // or the interpreter's pipe once it starts; null while there is none.
 extern FILE* outfp;
 void ps_out_set_stream(FILE* stream);
+// The descriptor of the output stream, -1 while there is none (or the
+// stream has no descriptor).
+int ps_out_fd();
 
 // Whether there is an output stream to write to (the Ghostscript pipe is
 // opened only when the document starts).
