@@ -1,6 +1,7 @@
 #include "common/regular_file.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -31,4 +32,12 @@ RegularFile open_regular_file(char const* path)
         errno = err;
     }
     return result;
+}
+
+bool report_read_error(FILE* f, char const* prog, char const* name)
+{
+    if (!f || !std::ferror(f))
+        return false;
+    std::fprintf(stderr, "%s: %s: read error, the copy is cut short\n", prog, name);
+    return true;
 }

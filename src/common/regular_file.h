@@ -14,3 +14,9 @@ struct RegularFile {
 // answer is null with `not_regular` set; a name that cannot be opened gives
 // null with errno set.
 RegularFile open_regular_file(char const* path);
+
+// Says on standard error, as "PROG: NAME: read error, the copy is cut short",
+// when the stream `f` met a read error; returns whether it did. Copies call
+// it when they end, so a failing disk or file system does not pass for a
+// shorter file.
+bool report_read_error(FILE* f, char const* prog, char const* name);

@@ -317,6 +317,17 @@ class InbandReads(Case):
                 self.assertLess(os.path.getsize(out), 1 << 20)
                 self.assertTrue(self.read("out.ps").endswith(b"%%EOF\n"))
 
+    @unittest.skipUnless(os.path.isfile("/proc/self/mem"), "needs /proc")
+    def test_read_errors_are_told(self):
+        # /proc/self/mem is a regular file whose first bytes cannot be read:
+        # a copy that stops there says so instead of passing for a short file.
+        mem = "/proc/self/mem"
+        job = self.write("job.pcl", inband("%tarvo:include " + mem, "%tarvo:eps " + mem))
+        out, err = self.convert("-m", mem, job)
+        self.assertEqual(err, "tarvo: %s: read error, the copy is cut short\n" % mem * 3)
+        self.assertIn("%% --BEGIN PS FILE %s\n" % mem, out)
+        self.assertTrue(out.endswith("\n%% Begin %s\n%% End\n" % mem), out[-200:])
+
     def test_inband_off(self):
         self.write("form.ps", b"% the form\n")
         job = self.write("job.pcl", inband("%tarvo:include form.ps", "%tarvo:pos"))

@@ -667,6 +667,7 @@ void ps_exit(char const* marks_path)
         ps_put(marks_path);
         ps_put('\n');
         ps_put_rest_of(marks.file.get());
+        report_read_error(marks.file.get(), progname, marks_path);
         ps_put("% End\n");
     }
     ps_out_flush();

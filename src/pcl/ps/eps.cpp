@@ -317,6 +317,7 @@ void ps_include_file(char const* path)
             ps_put('\n');
         }
         int const last = ps_put_rest_of(f.get());
+        report_read_error(f.get(), progname, path);
         if (marked) {
             if (last != -1 && last != '\n')
                 ps_put('\n');
@@ -348,6 +349,7 @@ void ps_eps_file(char const* path)
                 embed(f.get(), info, 0);
             }
         }
+        report_read_error(f.get(), progname, path);
     }
     ps_put(END_EPS);
 }
@@ -452,6 +454,9 @@ void ps_include_eps_file(double x, double y, char const* path, int scale, int al
             ps_put("restore\n");
         }
     }
+    // An overlay is drawn on every page; its read error is told once.
+    if (f && std::ferror(f.get()) && reported.insert(path).second)
+        report_read_error(f.get(), progname, path);
     ps_put(END_EPS);
 }
 

@@ -11,6 +11,7 @@
 
 #include "common/file_ptr.h"
 #include "common/install_paths.h"
+#include "common/regular_file.h"
 #include "config_store.h"
 #include "pcl/ps/title.h"
 #include "pcl/ps/writer.h"
@@ -120,6 +121,7 @@ void ps_include_resource(char const* name)
         std::perror(path.c_str());
     } else if (FilePtr in{std::fopen(path.c_str(), "rb")}) {
         copy_resource(in.get());
+        report_read_error(in.get(), progname, path.c_str());
     } else {
         std::perror(path.c_str());
     }
@@ -135,9 +137,10 @@ void ps_pdfa_def()
         ps_put("\n%%BeginResource: ");
         ps_put(def);
         ps_put('\n');
-        if (FilePtr in{std::fopen(def, "rb")})
+        if (FilePtr in{std::fopen(def, "rb")}) {
             ps_put_rest_of(in.get());
-        else
+            report_read_error(in.get(), progname, def);
+        } else
             std::perror(def);
     } else {
         // The profile is read by Ghostscript when it runs the document.
