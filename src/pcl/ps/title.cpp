@@ -99,31 +99,56 @@ bool is_octal_digit(char c) { return c >= '0' && c <= '7'; }
 
 std::string ps_dsc_title(std::string_view title)
 {
+    // A DSC line holds at most 255 characters: the title keeps as many whole
+    // characters (with their escapes) as fit after "%%Title: ".
+    constexpr size_t room = 255 - sizeof "%%Title: " + 1;
     std::string out;
+    std::string piece;
+    auto fits = [&out, &piece] {
+        if (out.size() + piece.size() > room)
+            return false;
+        out += piece;
+        piece.clear();
+        return true;
+    };
     if (auto chars = title_chars(title)) {
         if (widest(*chars) <= 0xFF) {
             for (size_t i = 0; i < chars->size(); ++i) {
                 uint32_t const c = (*chars)[i];
                 if (c >= 0x80 || (c == '\\' && i + 1 < chars->size() && (*chars)[i + 1] >= '0' &&
                                   (*chars)[i + 1] <= '7'))
-                    append_octal(out, c);
+                    append_octal(piece, c);
                 else
-                    out += static_cast<char>(c);
+                    piece += static_cast<char>(c);
+                if (!fits())
+                    break;
             }
         } else {
-            for (uint8_t b : utf16be_with_bom(*chars))
-                append_octal(out, b);
+            // The byte-order mark, then each character's whole code units.
+            for (uint8_t b : utf16be_with_bom({}))
+                append_octal(piece, b);
+            if (fits()) {
+                for (uint32_t c : *chars) {
+                    std::vector<uint8_t> const units = utf16be_with_bom({c});
+                    for (size_t k = 2; k < units.size(); ++k)
+                        append_octal(piece, units[k]);
+                    if (!fits())
+                        break;
+                }
+            }
         }
         return out;
     }
     for (size_t i = 0; i < title.size(); ++i) {
         auto const b = static_cast<unsigned char>(title[i]);
         if (is_control(b))
-            out += ' ';
+            piece += ' ';
         else if (b >= 0x80 || (b == '\\' && i + 1 < title.size() && is_octal_digit(title[i + 1])))
-            append_octal(out, b);
+            append_octal(piece, b);
         else
-            out += static_cast<char>(b);
+            piece += static_cast<char>(b);
+        if (!fits())
+            break;
     }
     return out;
 }

@@ -11,7 +11,8 @@
 // beyond ASCII are written as octal escapes, which interpreters reading the
 // header decode: a title of Latin-1 characters as those bytes, any other
 // UTF-8 title as UTF-16BE with a byte-order mark. A backslash that an escape
-// could swallow is itself written as an escape. The line stays 7-bit.
+// could swallow is itself written as an escape. The line stays 7-bit and
+// within DSC's 255 characters: a longer title is cut after a whole character.
 std::string ps_dsc_title(std::string_view title);
 
 // A PostScript string token for the title: "(...)" with \ ( ) escaped, or,
