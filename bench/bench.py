@@ -17,6 +17,8 @@ import sys
 import tempfile
 import time
 
+from common import generate, print_table
+
 HERE = os.path.dirname(os.path.abspath(__file__))
 
 
@@ -66,8 +68,7 @@ def main():
         for kind in opts.kinds.split(","):
             for size in sizes:
                 path = os.path.join(tmp, "%s-%g.pcl" % (kind, size))
-                subprocess.run([sys.executable, os.path.join(HERE, "gen_jobs.py"),
-                                kind, str(size), path], check=True)
+                generate(kind, size, path)
                 nbytes = os.path.getsize(path)
                 mb = nbytes / 1e6
                 repeat = 3 if size <= 10 else 1
@@ -91,10 +92,7 @@ def main():
             "-s time / cat time"]
     if not opts.no_pdf:
         head.append("tarvo -p seconds")
-    print("| " + " | ".join(head) + " |")
-    print("|" + "|".join("---" for _ in head) + "|")
-    for row in rows:
-        print("| " + " | ".join(row) + " |")
+    print_table(head, rows)
 
 
 if __name__ == "__main__":

@@ -28,6 +28,8 @@ import sys
 import tempfile
 import time
 
+from common import generate, print_table
+
 HERE = os.path.dirname(os.path.abspath(__file__))
 STDIN_ARG = " -_"
 
@@ -85,8 +87,7 @@ def main():
             for size in (float(s) for s in opts.sizes.split(",")):
                 job = os.path.join(tmp, "%s-%g.pcl" % (kind, size))
                 ps = os.path.join(tmp, "%s-%g.ps" % (kind, size))
-                subprocess.run([sys.executable, os.path.join(HERE, "gen_jobs.py"), kind, str(size), job],
-                               check=True)
+                generate(kind, size, job)
                 subprocess.run([binary, "-s", "-o", ps, job], check=True)
                 cmds = [(gs[:-len(STDIN_ARG)] + " " + shlex.quote(ps), True), ([binary, "-p", "-o", pdf, job], False)]
                 if opts.baseline:
@@ -106,10 +107,7 @@ def main():
     head = ["job", "MiB", "PostScript MB", "gs from file s", "tarvo -p s", "tarvo -p / gs"]
     if opts.baseline:
         head += ["baseline -p s", "speed-up"]
-    print("| " + " | ".join(head) + " |")
-    print("|" + "|".join("---" for _ in head) + "|")
-    for row in rows:
-        print("| " + " | ".join(row) + " |")
+    print_table(head, rows)
 
 
 if __name__ == "__main__":

@@ -24,6 +24,8 @@ import sys
 import tempfile
 import time
 
+from common import generate
+
 HERE = os.path.dirname(os.path.abspath(__file__))
 ESC = b"\x1b"
 
@@ -42,8 +44,7 @@ def oldest_macro(n):
 
 
 def text_job(path, megabytes):
-    subprocess.run([sys.executable, os.path.join(HERE, "gen_jobs.py"), "text", str(megabytes), path],
-                   check=True)
+    generate("text", megabytes, path)
 
 
 def timed(cmd, repeat):
